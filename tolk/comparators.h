@@ -17,7 +17,7 @@ class tolk_Comparator {
 };
 
 // Untyped pointers, by address (unsigned).
-class tolk_PHGComparator : public tolk_Comparator<void*> {
+class tolk_PHGComparator final : public tolk_Comparator<void*> {
  public:
   tolk_signed Compare(void* const& a, void* const& b) const override {
     uintptr_t x = reinterpret_cast<uintptr_t>(a), y = reinterpret_cast<uintptr_t>(b);
@@ -26,19 +26,19 @@ class tolk_PHGComparator : public tolk_Comparator<void*> {
 };
 
 // Signed 64-bit ids, numeric.
-class ZELT_Grid_LongComparator : public tolk_Comparator<long> {
+class ZELT_Grid_LongComparator final : public tolk_Comparator<long> {
  public:
   tolk_signed Compare(const long& a, const long& b) const override { return a < b ? -1 : (a > b ? 1 : 0); }
 };
 
 // Signed 32-bit keys, numeric.
-class ZELT_Grid_IntComparator : public tolk_Comparator<int> {
+class ZELT_Grid_IntComparator final : public tolk_Comparator<int> {
  public:
   tolk_signed Compare(const int& a, const int& b) const override { return a < b ? -1 : (a > b ? 1 : 0); }
 };
 
 // NUL-terminated names, by strcmp folded to -1, 0, 1.
-class ZELT_Grid_StringComparator : public tolk_Comparator<const char*> {
+class ZELT_Grid_StringComparator final : public tolk_Comparator<const char*> {
  public:
   tolk_signed Compare(const char* const& a, const char* const& b) const override {
     int r = strcmp(a, b);
