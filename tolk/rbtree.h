@@ -347,7 +347,9 @@ class tolk_RBTypedTree : public Base {
   }
 };
 
-// Map with a virtual comparison: Compare forwards the nodes' keys to a tolk_Comparator<K> (not owned).
+// Map with a virtual comparison: Compare forwards the nodes' keys to a tolk_Comparator<K> (not owned). The
+// keyed operations ask the comparator directly, with the same answers; Compare serves the base's
+// operations on untyped nodes.
 template <class K, class V>
 class tolk_RBTREE
     : public tolk_RBTypedTree<tolk_RBTree_base, K, V, tolk_RBNODE<K, V>, tolk_RBTreeIter, tolk_Comparator<K>> {
