@@ -251,29 +251,29 @@ tolk_signed tolk_slist_base::Size() const {
 
 tolk_slist_link* tolk_slist_base::LastLink() const {
   tolk_slist_link* link = start;
-  if (link == &nullNode) return link;
-  while (link->next != &nullNode) link = link->next;
+  if (link == Terminator()) return link;
+  while (link->next != Terminator()) link = link->next;
   return link;
 }
 
 void tolk_slist_base::RawInsert(tolk_slist_link* link) {
-  link->last = &nullNode;
+  link->last = Terminator();
   link->next = start;
-  if (start != &nullNode) start->last = link;
+  if (start != Terminator()) start->last = link;
   start = link;
 }
 
 void tolk_slist_base::RawInsertBefore(tolk_slist_link* link, tolk_slist_base_iter it) {
   if (it.End()) {
     tolk_slist_link* tail = LastLink();
-    if (tail == &nullNode)
+    if (tail == Terminator())
       RawInsert(link);
     else
       RawInsertAfter(link, tolk_slist_base_iter(tail));
     return;
   }
   tolk_slist_link* pos = it.position;
-  if (pos->last == &nullNode) {
+  if (pos->last == Terminator()) {
     RawInsert(link);
     return;
   }
@@ -291,18 +291,18 @@ void tolk_slist_base::RawInsertAfter(tolk_slist_link* link, tolk_slist_base_iter
   tolk_slist_link* pos = it.position;
   link->last = pos;
   link->next = pos->next;
-  if (pos->next != &nullNode) pos->next->last = link;
+  if (pos->next != Terminator()) pos->next->last = link;
   pos->next = link;
 }
 
 tolk_slist_link* tolk_slist_base::RawRemove(tolk_slist_base_iter it) {
   if (it.End()) return nullptr;
   tolk_slist_link* link = it.position;
-  if (link->last == &nullNode)
+  if (link->last == Terminator())
     start = link->next;
   else
     link->last->next = link->next;
-  if (link->next != &nullNode) link->next->last = link->last;
+  if (link->next != Terminator()) link->next->last = link->last;
   link->last = link->next = nullptr;
   return link;
 }
@@ -315,13 +315,13 @@ void tolk_slist_base::TransferItem(tolk_slist_base& dest, tolk_slist_base_iter i
 void tolk_slist_base::TransferList(tolk_slist_base& dest) {
   if (Empty() || &dest == this) return;
   tolk_slist_link* tail = dest.LastLink();
-  if (tail == &nullNode) {
+  if (tail == Terminator()) {
     dest.start = start;
   } else {
     tail->next = start;
     start->last = tail;
   }
-  start = &nullNode;
+  start = Terminator();
 }
 
 void tolk_slist_base::RawSort(tolk_slist_linkcmp cmp, const void* ctx) {
@@ -329,11 +329,11 @@ void tolk_slist_base::RawSort(tolk_slist_linkcmp cmp, const void* ctx) {
   if (n < 2) return;
   tolk_slist_link* head = start;
   start = ChainSorter<tolk_slist_link, tolk_slist_linkcmp>(cmp, ctx).Sort(head, n);
-  tolk_slist_link* prev = &nullNode;
+  tolk_slist_link* prev = Terminator();
   for (tolk_slist_link* x = start; x; x = x->next) {
     x->last = prev;
     if (!x->next) {
-      x->next = &nullNode;
+      x->next = Terminator();
       break;
     }
     prev = x;

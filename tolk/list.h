@@ -27,7 +27,7 @@ class tolk_list_base_iter {
  public:
   tolk_list_link* position;
 
-  tolk_list_base_iter() : position(&endLink) {}
+  tolk_list_base_iter() : position(EndLink()) {}
   explicit tolk_list_base_iter(tolk_list_link* link) : position(link) {}
 
   inline tolk_list_base_iter& First(const tolk_list_base& list);
@@ -41,7 +41,7 @@ class tolk_list_base_iter {
     return *this;
   }
   bool End() const { return position->next == position || position->last == position; }
-  void MakeEnd() { position = &endLink; }
+  void MakeEnd() { position = EndLink(); }
 
   // Every end position equals every other one, whichever sentinel it rests on.
   bool operator==(const tolk_list_base_iter& o) const {
@@ -50,11 +50,12 @@ class tolk_list_base_iter {
   bool operator!=(const tolk_list_base_iter& o) const { return !(*this == o); }
 
  private:
-  // Self-looped and never written: a list-independent end position.
-  static tolk_list_link endLink;
+  // Self-looped and read-only: a list-independent end position.
+  static const tolk_list_link endLink;
+  static constexpr tolk_list_link* EndLink() { return const_cast<tolk_list_link*>(&endLink); }
 };
 
-inline tolk_list_link tolk_list_base_iter::endLink{&endLink, &endLink};
+inline constinit const tolk_list_link tolk_list_base_iter::endLink{EndLink(), EndLink()};
 
 // Untyped doubly linked list over caller-made links; it never allocates or frees a link.
 // Sizes are counted while known; transfers leave them at -1 until Size() recounts.
@@ -218,12 +219,13 @@ typedef tolk_slist_base_iter tolk_SLIST_ELEM;
 class tolk_slist_base {
  public:
   // The terminator of every list of this kind: an empty list's start, the first element's last and the
-  // last element's next. It points to itself and is never written.
-  static tolk_slist_link nullNode;
+  // last element's next. It points to itself and is read-only.
+  static const tolk_slist_link nullNode;
+  static constexpr tolk_slist_link* Terminator() { return const_cast<tolk_slist_link*>(&nullNode); }
 
   tolk_slist_link* start;
 
-  tolk_slist_base() : start(&nullNode) {}
+  tolk_slist_base() : start(Terminator()) {}
   tolk_slist_base(const tolk_slist_base&) = delete;
   tolk_slist_base& operator=(const tolk_slist_base&) = delete;
 
@@ -250,12 +252,12 @@ class tolk_slist_base {
   tolk_slist_link* LastLink() const;
 };
 
-inline tolk_slist_link tolk_slist_base::nullNode{&nullNode, &nullNode};
+inline constinit const tolk_slist_link tolk_slist_base::nullNode{Terminator(), Terminator()};
 
-tolk_slist_base_iter::tolk_slist_base_iter() : position(&tolk_slist_base::nullNode) {}
+tolk_slist_base_iter::tolk_slist_base_iter() : position(tolk_slist_base::Terminator()) {}
 tolk_slist_base_iter& tolk_slist_base_iter::First(const tolk_slist_base& list) { return *this = list.First(); }
 bool tolk_slist_base_iter::End() const { return position == &tolk_slist_base::nullNode; }
-void tolk_slist_base_iter::MakeEnd() { position = &tolk_slist_base::nullNode; }
+void tolk_slist_base_iter::MakeEnd() { position = tolk_slist_base::Terminator(); }
 
 template <class T>
 struct tolk_SLIST_LINK : tolk_slist_link {
