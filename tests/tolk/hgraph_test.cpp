@@ -280,10 +280,10 @@ TEST(Hierarchy, DeleteScopeRemovesItsInstancesAndTheirConnections) {
   tolk_UNode t = h.AddLeafNode(mid, {4}, false);
   h.AddNode(mid, {5}, low, false);
   top->EdgeAppend({1}, P({{top, z}}), P({{top, i1}, {mid, t}}));
-  Graph stranger({9});
-  EXPECT_TRUE(h.AddNode(&stranger, {1}, low, true).End());
-  EXPECT_TRUE(h.AddNode(top, {1}, &stranger, true).End());
-  EXPECT_EQ(h.DeleteScope(&stranger), 1);
+  auto stranger = std::make_unique<Graph>(Rec{9});  // never registered
+  EXPECT_TRUE(h.AddNode(stranger.get(), {1}, low, true).End());
+  EXPECT_TRUE(h.AddNode(top, {1}, stranger.get(), true).End());
+  EXPECT_EQ(h.DeleteScope(stranger.get()), 1);
 
   EXPECT_EQ(h.DeleteScope(mid), 0);
   EXPECT_FALSE(h.IsKnown(mid));
