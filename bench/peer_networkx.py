@@ -61,50 +61,51 @@ UNREACHED = -1
 
 
 def build_graph(edges):
-    """A directed graph with one arc per connection end, so that successor order is incidence order."""
+    """The conducting network: one arc per connection end that the search may follow.
+
+    Arcs are added tail by tail in each entity's incidence order, so networkx's successor
+    order is the incidence order; arcs into OFF entities are left out, as the search never
+    enters them.
+    """
     import networkx as nx
 
     graph = nx.DiGraph()
     graph.add_nodes_from(range(len(edges)))
-    graph.add_edges_from((u, v) for u, nbrs in enumerate(edges.others) for v in nbrs)
+    states = edges.states
+    graph.add_edges_from((u, v) for u, nbrs in enumerate(edges.others) for v in nbrs if states[v] != "OFF")
     return graph
 
 
-def finishing_numbers(graph, sources, blocked):
+def finishing_numbers(graph, sources):
     """Number of every entity in multi-source BFS order; UNREACHED for the others.
 
     A virtual root whose successors are the sources turns the multi-source search into
-    networkx's single-source one while keeping the sources in their given order.
+    networkx's single-source one while keeping the sources in their given order; it also
+    starts the search at sources that are OFF.
     """
     import networkx as nx
 
     root = ("root",)
     graph.add_node(root)
     graph.add_edges_from((root, s) for s in sources)
-
-    successors = graph.successors
-
-    def neighbours(node):
-        if node == root:
-            return successors(root)
-        return (v for v in successors(node) if v not in blocked)
-
     numbers = [UNREACHED] * (len(graph) - 1)
     try:
-        order = (child for _, child in nx.generic_bfs_edges(graph, root, neighbours, len(graph) + 1))
-        for number, entity in enumerate(order):
+        for number, (_, entity) in enumerate(nx.bfs_edges(graph, root)):
             numbers[entity] = number
     finally:
         graph.remove_node(root)
     return numbers
 
 
-def node_chains(graph, edges, numbers):
-    """(from, to) entity pairs, connectivity node by node in entity order."""
+def node_chains(edges, numbers):
+    """(from, to) entity pairs, connectivity node by node in entity order.
+
+    Every neighbour counts here, OFF ones included: one that was not reached silences the node.
+    """
     for node, kind in enumerate(edges.kinds):
         if kind != "N":
             continue
-        by_number = {numbers[x]: x for x in graph.successors(node)}
+        by_number = {numbers[x]: x for x in edges.others[node]}
         if len(by_number) < 2 or UNREACHED in by_number:
             continue
         ordered = [by_number[n] for n in sorted(by_number)]
@@ -113,9 +114,7 @@ def node_chains(graph, edges, numbers):
 
 def orient_graph(graph, edges):
     """All oriented pairs of entity numbers, in output order."""
-    blocked = {e for e, state in enumerate(edges.states) if state == "OFF"}
-    numbers = finishing_numbers(graph, edges.sources(), blocked)
-    return list(node_chains(graph, edges, numbers))
+    return list(node_chains(edges, finishing_numbers(graph, edges.sources())))
 
 
 def orient(edges):

@@ -47,8 +47,7 @@ class OrientationTest(benchpath.TempDir, unittest.TestCase):
         return edgefile.read(self.write("m.edges", text))
 
     def numbers(self, edges):
-        blocked = {e for e, s in enumerate(edges.states) if s == "OFF"}
-        return peer.finishing_numbers(peer.build_graph(edges), edges.sources(), blocked)
+        return peer.finishing_numbers(peer.build_graph(edges), edges.sources())
 
     def lines(self, text):
         edges = self.edges(text)
@@ -81,7 +80,7 @@ class OrientationTest(benchpath.TempDir, unittest.TestCase):
     def test_chain_follows_finishing_numbers_not_list_order(self):
         # N's neighbours finished as 12, 4 and 9: the chain is 4 -> 9 -> 12.
         edges = self.edges("fwedges 1 F 4 3\nI UNSET X 3\nI UNSET Y 3\nI UNSET Z 3\nN UNSET N 0 1 2\n")
-        pairs = list(peer.node_chains(peer.build_graph(edges), edges, [12, 4, 9, 0]))
+        pairs = list(peer.node_chains(edges, [12, 4, 9, 0]))
         self.assertEqual(pairs, [(1, 2), (2, 0)])
 
     def test_repeated_neighbour_counts_once(self):
@@ -128,8 +127,7 @@ class SampleFeederTest(benchpath.TempDir, unittest.TestCase):
         for name, reached in REACHED.items():
             with self.subTest(name):
                 edges = self.sample_edges(name)
-                blocked = {e for e, s in enumerate(edges.states) if s == "OFF"}
-                numbers = peer.finishing_numbers(peer.build_graph(edges), edges.sources(), blocked)
+                numbers = peer.finishing_numbers(peer.build_graph(edges), edges.sources())
                 self.assertEqual(sum(n >= 0 for n in numbers), reached)
 
     def test_ieee13_output_starts_at_the_breaker(self):
