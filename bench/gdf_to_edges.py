@@ -16,6 +16,7 @@ are, the first declared, with a warning) as feedwalk sees it; the format is docu
 top of peer_networkx.py.
 """
 
+import gc
 import os
 import re
 import sys
@@ -369,6 +370,9 @@ def main(argv):
     if len(argv) != 3:
         print("usage: gdf_to_edges.py <model.gdf> <model.edges>", file=sys.stderr)
         return 8
+    # Millions of long-lived dicts and lists, no cycles: the cyclic collector would only
+    # rescan them again and again, slowing the run down several times on large models.
+    gc.disable()
     try:
         model = read_gdf(argv[1])
         n_entities, n_connections = write_edges(model, argv[2])

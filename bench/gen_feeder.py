@@ -316,9 +316,11 @@ def tree_budgets(rng, total, n_trees):
 
 def generate(devices, breakers, seed):
     """The topology of a feeder with exactly `devices` instances."""
+    if breakers < 1:
+        raise ValueError("a feeder needs at least one breaker")
     n_ties = tie_count(devices, breakers)
     tree_devices = devices - 1 - breakers - n_ties
-    if breakers < 1 or tree_devices < 0:
+    if tree_devices < 0:
         raise ValueError(f"{devices} devices are too few for {breakers} breakers "
                          f"(need at least {1 + breakers + n_ties})")
     rng = random.Random(seed)

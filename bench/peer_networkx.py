@@ -49,6 +49,7 @@ those numbers: if any neighbour was not reached the node gives nothing, else it 
 (first, second), (second, third), ... as lines "<circuit>.<from> <circuit>.<to>".
 """
 
+import gc
 import itertools
 import os
 import sys
@@ -152,6 +153,9 @@ def main(argv):
     except ImportError:
         print("peer_networkx: networkx is not installed", file=sys.stderr)
         return 8
+    # Millions of long-lived dicts and lists, no cycles: the cyclic collector would only
+    # rescan them again and again, slowing the run down several times on large models.
+    gc.disable()
     clock = PhaseClock()
     try:
         edges = edgefile.read(argv[1])

@@ -99,7 +99,8 @@ for c in "${cases[@]}"; do
 done
 
 echo
-echo "$(date -u +%F), $(nproc) cores, $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ //')"
+cpu=$(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ //')
+echo "$(date -u +%F), $(nproc) cores, $cpu, load average at the end $(cut -d' ' -f1-3 /proc/loadavg)"
 python3 bench/measure.py table --results "$RESULTS" | tee "$OUT/results.md"
 if awk -F'\t' '$1 == "run" && $NF != "0" { bad = 1 } END { exit !bad }' "$RESULTS"; then
   echo "run.sh: a program failed on some case (see the wall column)." >&2
