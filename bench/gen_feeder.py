@@ -115,6 +115,8 @@ GROWTH = (
     ("regulator", 0.5), ("loop", 0.5),
 )
 GROWTH_CUMULATIVE = list(itertools.accumulate(w for _, w in GROWTH))
+BRANCH_KINDS = {"line": LINE, "fuse": FUSE, "recloser": RECLOSER, "switch": SWITCH}
+LEAF_KINDS = {"service_drop": SERVICE_DROP, "substation": SUBSTATION, "capacitor": CAPACITOR}
 CONTINUE_AT_TIP = 0.7  # chance that a branch extends the newest bus rather than a random one
 OPEN_SWITCH_SHARE = 0.05
 DEVICES_PER_EXTRA_TIE = 20000
@@ -222,9 +224,8 @@ class Grower:
     def grow_once(self, growth, tree, live, tip, at, budget):
         """Adds one group at bus `at`; returns (devices used, new tip or None)."""
         topo, rng = self.topo, self.rng
-        if growth in ("line", "fuse", "recloser") or (growth == "switch" and rng.random() >= OPEN_SWITCH_SHARE):
-            kind = {"line": LINE, "fuse": FUSE, "recloser": RECLOSER, "switch": SWITCH}[growth]
-            return 1, self.extend(kind, tree, live, at)
+        if growth in BRANCH_KINDS and (growth != "switch" or rng.random() >= OPEN_SWITCH_SHARE):
+            return 1, self.extend(BRANCH_KINDS[growth], tree, live, at)
         if growth == "switch" and budget >= 3:
             self.unfed_section(tree, at)
             return 3, None
@@ -239,12 +240,11 @@ class Grower:
             if other != tip:
                 topo.two_terminal(LINE, tree, tip, other)
                 return 1, None
-        leaf_kind = {"service_drop": SERVICE_DROP, "substation": SUBSTATION, "capacitor": CAPACITOR}
-        topo.leaf(leaf_kind.get(growth, LOAD), tree, at)
+        topo.leaf(LEAF_KINDS.get(growth, LOAD), tree, at)
         return 1, None
 
-    def extend(self, kind, tree, live, at, position=-1):
-        position = 1 if kind in (SWITCH, FUSE, RECLOSER) else position
+    def extend(self, kind, tree, live, at):
+        position = 1 if kind in (SWITCH, FUSE, RECLOSER) else -1
         new = self.topo.add_node(tree)
         self.topo.two_terminal(kind, tree, at, new, position)
         live.append(new)

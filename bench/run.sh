@@ -87,12 +87,14 @@ for c in "${cases[@]}"; do
     "${measure[@]}" --program peer -- python3 bench/peer_networkx.py "$edges" "$OUT/$name.peer.out"
   fi
   if [ "$have_feedwalk" = 1 ] && [ "$have_peer" = 1 ]; then
-    if report=$(python3 bench/compare_edges.py "$OUT/$name.feedwalk.out" "$OUT/$name.peer.out"); then
-      verdict="identical"
-    else
-      verdict="DIFFER"
-      failed=1
-    fi
+    status=0
+    report=$(python3 bench/compare_edges.py "$OUT/$name.feedwalk.out" "$OUT/$name.peer.out") || status=$?
+    case "$status" in
+      0) verdict="identical" ;;
+      1) verdict="REORDERED" ;;
+      *) verdict="DIFFER" ;;
+    esac
+    [ "$status" = 0 ] || failed=1
     echo "$name: $report"
     python3 bench/measure.py agree --results "$RESULTS" --case "$name" --verdict "$verdict"
   fi
