@@ -20,6 +20,7 @@ import tempfile
 import time
 
 PHASES = ("parse", "orientation", "output")
+PHASE_ALIASES = {"orient": "orientation"}  # feedwalk's short name for the phase
 FEEDWALK, PEER = "feedwalk", "peer"
 
 
@@ -42,8 +43,9 @@ def profile_phases(lines):
     for line in lines:
         fields = line.split()
         if len(fields) == 3 and fields[0] == "PROFILE":
+            name = PHASE_ALIASES.get(fields[1], fields[1])
             try:
-                phases[fields[1]] = phases.get(fields[1], 0.0) + float(fields[2])
+                phases[name] = phases.get(name, 0.0) + float(fields[2])
             except ValueError:
                 pass
     return phases
