@@ -1,0 +1,45 @@
+// The GDF tokenizer's interface: scan set-up, the token source for the parser and the error report.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+// Token codes and the semantic value gdf_lval come from the grammar.
+#include "gdf/gdf_parse.h"
+
+// Scanner state is module-level: one scan at a time per process.
+
+// Starts a scan of an open stream (read through a 16384-byte buffer; the
+// stream stays the caller's). Releases whatever a previous scan left behind.
+void gdf_scan_init(FILE* in);
+// Starts a scan of a NUL-terminated text; the text is copied.
+void gdf_scan_init(const char* text);
+// Starts a scan of length bytes that may hold NULs; the bytes are copied.
+void gdf_scan_init(const char* bytes, size_t length);
+// Releases the scan's buffers. Call it when a scan is done.
+void gdf_scan_terminate();
+
+// Returns the next token's code (0 at end of input, and for a NUL byte between
+// tokens) and leaves its value in gdf_lval. A text in gdf_lval.strval belongs
+// to the caller, who releases it with delete[].
+int gdf_lex();
+// Called by gdf_lex at the end of an input: 1 to finish, 0 to go on. C
+// linkage, as the generated scanner declares it.
+extern "C" int gdf_wrap();
+
+// Prints the three-line error report for the current position: the line, a
+// caret under the position (or a notice that the line was cut), and
+// "Line %d, Char %u: <message>". Right after a line end the report is about
+// the line before it.
+void gdf_error(const char* message);
+
+// Where the scan stands.
+int gdf_scan_lineno();
+int gdf_scan_token_offset();
+int gdf_scan_token_offset_old();
+bool gdf_scan_prev_was_eol();
+// The current line as scanned so far and the previous line (at most 158 characters each).
+const char* gdf_scan_linebuf();
+const char* gdf_scan_linebuf_old();
+// True once gdf_lex has returned 0 because the input really ended (not for a NUL byte).
+bool gdf_scan_finished();

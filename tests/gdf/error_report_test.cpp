@@ -1,0 +1,74 @@
+// The three-line error report and what the parser makes of the token stream.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "gdf/gdf_scan.h"
+#include "gdf/gdf_tokens.h"
+
+namespace {
+
+// Reads count tokens of text, then returns what gdf_error(message) prints.
+std::string ReportAfter(std::string_view text, int count, const char* message) {
+  gdf_scan_init(text.data(), text.size());
+  for (int i = 0; i < count; ++i)
+    if (gdf_token_has_text(gdf_lex())) delete[] gdf_lval.strval;
+  testing::internal::CaptureStderr();
+  gdf_error(message);
+  std::string report = testing::internal::GetCapturedStderr();
+  gdf_scan_terminate();
+  return report;
+}
+
+// Runs the parser over text; returns its result and what it printed.
+std::pair<int, std::string> Parse(std::string_view text) {
+  gdf_scan_init(text.data(), text.size());
+  testing::internal::CaptureStderr();
+  const int result = gdf_parse();
+  std::string printed = testing::internal::GetCapturedStderr();
+  gdf_scan_terminate();
+  return {result, printed};
+}
+
+} // namespace
+
+TEST(ErrorReportTest, CaretStandsBehindTheLastToken) {
+  EXPECT_EQ(ReportAfter("ckt A ;\nelem", 3, "bad"), "ckt A ;\n       ^\nLine 1, Char 7: bad\n");
+  EXPECT_EQ(ReportAfter("ckt\tA\n", 2, "tab"), "ckt\tA\n     ^\nLine 1, Char 5: tab\n");
+}
+
+TEST(ErrorReportTest, RightAfterALineEndThePreviousLineIsReported) {
+  EXPECT_EQ(ReportAfter("ckt A\nelem", 3, "missing"), "ckt A\n     ^\nLine 1, Char 5: missing\n");
+  // Its comment was neither kept nor counted.
+  EXPECT_EQ(ReportAfter("ckt A % note\nelem", 3, "m"), "ckt A \n      ^\nLine 1, Char 6: m\n");
+  // The synthetic line end closing the last line counts as well.
+  EXPECT_EQ(ReportAfter("x\nckt A", 5, "end"), "ckt A\n     ^\nLine 2, Char 5: end\n");
+  // Blank lines between do not move the report off the statement's line.
+  EXPECT_EQ(ReportAfter("ckt A\n\n   \nelem", 3, "m"), "ckt A\n     ^\nLine 1, Char 5: m\n");
+}
+
+TEST(ErrorReportTest, CarriageReturnLineFeedCountsTwoLines) {
+  EXPECT_EQ(ReportAfter("ckt A\r\nckt ;\r\n", 5, "m"), "ckt ;\n     ^\nLine 3, Char 5: m\n");
+}
+
+TEST(ErrorReportTest, LongLinesAreCutAndFarPositionsLoseTheCaret) {
+  const std::string blanks157(157, ' ');
+  EXPECT_EQ(ReportAfter(blanks157 + "ab", 1, "m"), blanks157 + "a\n" + std::string(159, ' ') + "^\nLine 1, Char 159: m\n");
+  EXPECT_EQ(ReportAfter(" " + blanks157 + "ab", 1, "m"),
+            " " + blanks157 + "\nINFO: Line above truncated due to excess length\nLine 1, Char 160: m\n");
+  const std::string name(200, 'x');
+  EXPECT_EQ(ReportAfter("ckt " + name + " ;", 3, "m"),
+            "ckt " + name.substr(0, 154) + "\nINFO: Line above truncated due to excess length\nLine 1, Char 206: m\n");
+}
+
+TEST(ParserTest, KnownTokensPassAndUnknownCharactersEndTheParse) {
+  EXPECT_EQ(Parse("ckt A T1\ninst A.b Breaker\nprop P int32\n"), std::make_pair(0, std::string()));
+  EXPECT_EQ(Parse(""), std::make_pair(0, std::string()));
+  EXPECT_EQ(Parse("ckt A ;\nelem\n"),
+            std::make_pair(1, std::string("ckt A ;\n       ^\nLine 1, Char 7: syntax error, unexpected $undefined\n")));
+  // A string left open at the end of the file stops at its quote.
+  EXPECT_EQ(Parse("ckt A\nckt \"abc def"),
+            std::make_pair(1, std::string("ckt \"\n     ^\nLine 2, Char 5: syntax error, unexpected $undefined\n")));
+  // A NUL ends the input where it stands.
+  EXPECT_EQ(Parse(std::string_view("ckt A\0;", 7)), std::make_pair(0, std::string()));
+}

@@ -1,0 +1,183 @@
+// Token streams of GDF texts: token forms and their precedence, values, line and position accounting.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "gdf/gdf_scan.h"
+#include "gdf/gdf_tokens.h"
+
+namespace {
+
+#define NAMED(code) {code, #code}
+const std::map<int, std::string> kTokenNames = {
+    NAMED(GDF_ELEM),       NAMED(GDF_CKT),          NAMED(GDF_INST),         NAMED(GDF_CONN),
+    NAMED(GDF_PROP),       NAMED(GDF_PROPSET),      NAMED(GDF_PROPADD),      NAMED(GDF_PROPSETADD),
+    NAMED(GDF_HPROPADD),   NAMED(GDF_HPROPSETADD),  NAMED(GDF_TSPROP),       NAMED(GDF_TSEXPR),
+    NAMED(GDF_SECTION),    NAMED(GDF_TSSCHEMA),     NAMED(GDF_HTSASSOC),     NAMED(GDF_TSPROPDATA),
+    NAMED(GDF_INT32_T),    NAMED(GDF_INT64_T),      NAMED(GDF_INT32SET_T),   NAMED(GDF_INT64SET_T),
+    NAMED(GDF_FLOAT64_T),  NAMED(GDF_FLOAT64SET_T), NAMED(GDF_STRING_T),     NAMED(GDF_EOL),
+    NAMED(GDF_DEFPROPADD), NAMED(GDF_CONTAINER),    NAMED(GDF_NULL),         NAMED(GDF_ASSETCLASS),
+    NAMED(GDF_ASSETCLASSAPPLY), NAMED(GDF_CONDSTATE), NAMED(GDF_HCONDSTATE), NAMED(GDF_HFLOWROLE),
+    NAMED(GDF_ROOT),       NAMED(GDF_SUPPORT),      NAMED(GDF_STRING),       NAMED(GDF_ID),
+    NAMED(GDF_AUX_ID),     NAMED(GDF_SQSTRING),     NAMED(GDF_DBL),          NAMED(GDF_INT64),
+    NAMED(GDF_INT32),
+};
+#undef NAMED
+
+// One token as text: "ID:abc", "INT32:5", "DBL:1.5", "EOL", "'.'" or "#200" for other bytes.
+void Describe(std::ostringstream& out, const gdf_Token& token) {
+  auto named = kTokenNames.find(token.code);
+  if (named == kTokenNames.end()) {
+    if (token.code > ' ' && token.code < 127)
+      out << '\'' << char(token.code) << '\'';
+    else
+      out << '#' << token.code;
+    return;
+  }
+  out << named->second.substr(4);
+  if (gdf_token_has_text(token.code)) out << ':' << token.text;
+  if (token.code == GDF_INT32 || token.code == GDF_INT64) out << ':' << token.ival;
+  if (token.code == GDF_DBL) out << ':' << token.dval;
+}
+
+std::string Join(const std::vector<gdf_Token>& tokens, bool with_positions) {
+  std::ostringstream out;
+  for (const gdf_Token& token : tokens) {
+    if (&token != &tokens.front()) out << ' ';
+    Describe(out, token);
+    if (with_positions) out << '@' << token.lineno << ':' << token.token_offset;
+  }
+  return out.str();
+}
+
+// The tokens of text, without positions.
+std::string Kinds(std::string_view text) { return Join(gdf_scan_tokens(text), false); }
+// The tokens of text with lineno:token_offset right after each.
+std::string Positions(std::string_view text) { return Join(gdf_scan_tokens(text), true); }
+
+} // namespace
+
+
+TEST(LexerTest, KeywordsOnlyInLowerCaseAndOnlyAsWholeWords) {
+  EXPECT_EQ(Kinds("section container elem ckt root inst conn prop assetclass assetclassapply"),
+            "SECTION CONTAINER ELEM CKT ROOT INST CONN PROP ASSETCLASS ASSETCLASSAPPLY EOL");
+  EXPECT_EQ(Kinds("propset propadd propsetadd hpropadd hpropsetadd defpropadd tsprop tsschema"),
+            "PROPSET PROPADD PROPSETADD HPROPADD HPROPSETADD DEFPROPADD TSPROP TSSCHEMA EOL");
+  EXPECT_EQ(Kinds("tspropdata htsassoc tsexpr condstate hcondstate hflowrole supportadd"),
+            "TSPROPDATA HTSASSOC TSEXPR CONDSTATE HCONDSTATE HFLOWROLE SUPPORT EOL");
+  EXPECT_EQ(Kinds("int32 int64 int32set int64set float64 float64set string --"),
+            "INT32_T INT64_T INT32SET_T INT64SET_T FLOAT64_T FLOAT64SET_T STRING_T NULL EOL");
+  EXPECT_EQ(Kinds("elemx props string2 Elem tsassoc support"),
+            "ID:elemx ID:props ID:string2 ID:Elem ID:tsassoc ID:support EOL");
+}
+
+TEST(LexerTest, IdentifiersAndAuxIdentifiers) {
+  EXPECT_EQ(Kinds("Line_AUX Line_AUX2 Line_aux a_b9 X_AUX_AUX"),
+            "AUX_ID:Line_AUX ID:Line_AUX2 ID:Line_aux ID:a_b9 AUX_ID:X_AUX_AUX EOL");
+  EXPECT_EQ(Kinds("_AUX _x 9a"), "'_' ID:AUX '_' ID:x INT32:9 ID:a EOL");
+}
+
+TEST(LexerTest, IntegersSplitAtThe32BitBorders) {
+  EXPECT_EQ(Kinds("0 -0 01 0x1F 42"), "INT32:0 INT32:0 INT32:0 INT32:1 INT32:0 ID:x1F INT32:42 EOL");
+  EXPECT_EQ(Kinds("2147483647 -2147483648 2147483648 -2147483649"),
+            "INT32:2147483647 INT32:-2147483648 INT64:2147483648 INT64:-2147483649 EOL");
+  EXPECT_EQ(Kinds("9223372036854775807 -9223372036854775808 123456789012345678"),
+            "INT64:9223372036854775807 INT64:-9223372036854775808 INT64:123456789012345678 EOL");
+  // Beyond 64 bits the C library's conversion saturates.
+  EXPECT_EQ(Kinds("99999999999999999999 -99999999999999999999"),
+            "INT64:9223372036854775807 INT64:-9223372036854775808 EOL");
+}
+
+TEST(LexerTest, RealsNeedDigitsOnBothSidesOfTheDotOrAnUnsignedExponent) {
+  EXPECT_EQ(Kinds("1e5 -1.5e3 2.25 0.5E+2 7e-1 1.0e0"), "DBL:100000 DBL:-1500 DBL:2.25 DBL:50 DBL:0.7 DBL:1 EOL");
+  EXPECT_EQ(Kinds("-1e5 3. .5 1.5e 1e+ 01.5"),
+            "INT32:-1 ID:e5 INT32:3 '.' '.' INT32:5 DBL:1.5 ID:e INT32:1 ID:e '+' INT32:0 DBL:1.5 EOL");
+}
+
+TEST(LexerTest, NullAndDashes) { EXPECT_EQ(Kinds("-- --- - -x"), "NULL NULL '-' '-' '-' ID:x EOL"); }
+
+TEST(LexerTest, DoubleQuotedStringsKeepBackslashPairsAndLineFeeds) {
+  EXPECT_EQ(Kinds(R"("a b" "" "x\"y" "\\" "it's")"), R"(STRING:a b STRING: STRING:x\"y STRING:\\ STRING:it's EOL)");
+  // A line feed inside a string is part of the value and not a line end.
+  EXPECT_EQ(Positions("\"a\nb\" x\ny"), "STRING:a\nb@1:5 ID:x@1:7 EOL@2:0 ID:y@2:1 EOL@3:0");
+  // A backslash cannot escape a line feed, so the quote stands alone.
+  EXPECT_EQ(Kinds("\"a\\\nb\""), "'\"' ID:a '\\' EOL ID:b '\"' EOL");
+}
+
+TEST(LexerTest, SingleQuotedStringsRefuseBlanksTabsAndDoubleQuotes) {
+  EXPECT_EQ(Kinds(R"('a+b*2' 'it\'s' '\"' '')"), R"(SQSTRING:a+b*2 SQSTRING:it\'s SQSTRING:\" SQSTRING: EOL)");
+  EXPECT_EQ(Kinds("'a\nb'"), "SQSTRING:a\nb EOL");
+  EXPECT_EQ(Kinds("'a b'"), "''' ID:a ID:b ''' EOL");
+  EXPECT_EQ(Kinds("'a\tb'"), "''' ID:a ID:b ''' EOL");
+  EXPECT_EQ(Kinds("'a\"b'"), "''' ID:a '\"' ID:b ''' EOL");
+}
+
+TEST(LexerTest, UnclosedQuotesAreCharactersAndScanningResumesBehindThem) {
+  EXPECT_EQ(Kinds("ckt \"abc"), "CKT '\"' ID:abc EOL");
+  EXPECT_EQ(Kinds(R"("\"\"x)"), R"('"' '\' '"' '\' '"' ID:x EOL)");
+  EXPECT_EQ(Kinds(R"('\'\'x)"), R"(''' '\' ''' '\' ''' ID:x EOL)");
+  // Strings of the other kind inside the stretch of an unclosed one still count.
+  EXPECT_EQ(Kinds("\"'ab' \\\n"), "'\"' SQSTRING:ab '\\' EOL");
+  EXPECT_EQ(Kinds("'\\\"x\" 'y'"), "''' '\\' STRING:x SQSTRING:y EOL");
+  // Right behind the stretch a quote opens a string again.
+  EXPECT_EQ(Kinds("\"\\\n\"x\""), "'\"' '\\' EOL STRING:x EOL");
+}
+
+TEST(LexerTest, OtherCharactersComeOutAsTheirCodes) {
+  EXPECT_EQ(Kinds(".{}[],;=#+"), "'.' '{' '}' '[' ']' ',' ';' '=' '#' '+' EOL");
+  EXPECT_EQ(Kinds("a\x80\xff\x01z"), "ID:a #128 #255 #1 ID:z EOL");
+}
+
+TEST(LexerTest, PositionsCountBlanksAndTabsButNotComments) {
+  EXPECT_EQ(Positions("ckt  A\tT1 % a comment\n"), "CKT@1:3 ID:A@1:6 ID:T1@1:9 EOL@2:0");
+  EXPECT_EQ(Positions("a\n  \tb"), "ID:a@1:1 EOL@2:3 ID:b@2:4 EOL@3:0");
+}
+
+TEST(LexerTest, RunsOfEmptyBlankAndCommentLinesGiveOneLineEnd) {
+  EXPECT_EQ(Positions("\n% head\n\n  \nckt A\n\n% x\n  \t\nelem\n\n"), "CKT@5:3 ID:A@5:5 EOL@6:0 ELEM@9:4 EOL@10:0");
+  EXPECT_EQ(Positions(""), "");
+  EXPECT_EQ(Positions("% only a comment\n\n   \n% and another"), "");
+}
+
+TEST(LexerTest, LastLineWithoutLineEndIsClosedByOne) {
+  EXPECT_EQ(Positions("ckt A"), "CKT@1:3 ID:A@1:5 EOL@2:0");
+  EXPECT_EQ(Positions("ckt A   "), "CKT@1:3 ID:A@1:5 EOL@2:0");
+  EXPECT_EQ(Positions("ckt A % comment"), "CKT@1:3 ID:A@1:5 EOL@2:0");
+}
+
+TEST(LexerTest, CarriageReturnsAreLineEnds) {
+  EXPECT_EQ(Positions("ckt A\r\nelem\r\n"), "CKT@1:3 ID:A@1:5 EOL@2:0 ELEM@3:4 EOL@4:0");
+  EXPECT_EQ(Positions("a\rb"), "ID:a@1:1 EOL@2:0 ID:b@2:1 EOL@3:0");
+  // The carriage return behind a comment belongs to the comment.
+  EXPECT_EQ(Positions("% note\r\nckt\r\n"), "CKT@2:3 EOL@3:0");
+}
+
+TEST(LexerTest, NulBytes) {
+  // Between tokens a NUL ends the input for the parser ...
+  EXPECT_EQ(Kinds(std::string_view("ckt\0elem", 8)), "CKT");
+  EXPECT_EQ(Join(gdf_scan_tokens(std::string_view("ckt\0elem", 8), gdf_NulHandling::kIsToken), false),
+            "CKT #0 ELEM EOL");
+  // ... inside a comment or a string it is part of it (and ends the C string of the value).
+  EXPECT_EQ(Kinds(std::string_view("% a\0b\nckt \"x\0y\" z", 17)), "CKT STRING:x ID:z EOL");
+  EXPECT_EQ(Kinds(std::string_view("'x\0y'", 5)), "SQSTRING:x EOL");
+}
+
+TEST(LexerTest, StreamAndTextGiveTheSameTokens) {
+  // Tokens much longer than the 16384-byte input buffer, NUL runs across
+  // buffer refills, and ordinary statements around them.
+  std::string text = "ckt " + std::string(100000, 'x') + " \"" + std::string(40000, '\0') + "\" 'q\n";
+  for (int i = 0; i < 3000; ++i)
+    text += "inst F.L_" + std::to_string(i) + " Line\npropadd F.L_" + std::to_string(i) + " LENGTH 0.25\n";
+  FILE* stream = fmemopen(text.data(), text.size(), "rb");
+  ASSERT_NE(stream, nullptr);
+  const std::vector<gdf_Token> from_stream = gdf_scan_tokens(stream, gdf_NulHandling::kIsToken);
+  fclose(stream);
+  const std::vector<gdf_Token> from_text = gdf_scan_tokens(text, gdf_NulHandling::kIsToken);
+  EXPECT_EQ(Join(from_stream, true), Join(from_text, true));
+  ASSERT_EQ(from_text.size(), 6u + 3000 * 13);
+  EXPECT_EQ(from_text[1].text, std::string(100000, 'x'));
+  EXPECT_EQ(from_text[1].token_offset, 100004);
+}
