@@ -12,6 +12,9 @@
 // The tokenizer that feeds this grammar (see gdf/gdf_scan.h for its interface).
 int gdf_lex();
 void gdf_error(const char* message);
+// The name under which syntax errors show a token code: "GDF_ID", "'.'",
+// "$end" for 0, "$undefined" for a character that no token uses.
+const char* gdf_token_name(int code);
 }
 
 %code {
@@ -77,7 +80,7 @@ token
 
 // Bison's own names for the end of input and an unknown character read
 // differently from what our messages print.
-static const char* gdf_token_name(yysymbol_kind_t kind) {
+static const char* symbol_name(yysymbol_kind_t kind) {
   if (kind == YYSYMBOL_YYEOF) return "$end";
   if (kind == YYSYMBOL_YYUNDEF) return "$undefined";
   return yysymbol_name(kind);
@@ -91,14 +94,16 @@ static int yyreport_syntax_error(const yypcontext_t* ctx) {
   yysymbol_kind_t unexpected = yypcontext_token(ctx);
   if (unexpected != YYSYMBOL_YYEMPTY) {
     std::strcat(message, ", unexpected ");
-    std::strcat(message, gdf_token_name(unexpected));
+    std::strcat(message, symbol_name(unexpected));
     yysymbol_kind_t expected[kMaxListed];
     int count = yypcontext_expected_tokens(ctx, expected, kMaxListed);
     for (int i = 0; i < count; ++i) {
       std::strcat(message, i == 0 ? ", expecting " : " or ");
-      std::strcat(message, gdf_token_name(expected[i]));
+      std::strcat(message, symbol_name(expected[i]));
     }
   }
   gdf_error(message);
   return 0;
 }
+
+const char* gdf_token_name(int code) { return symbol_name(YYTRANSLATE(code)); }

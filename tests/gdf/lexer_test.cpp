@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <map>
 #include <sstream>
 #include <string>
 
@@ -11,33 +10,15 @@
 
 namespace {
 
-#define NAMED(code) {code, #code}
-const std::map<int, std::string> kTokenNames = {
-    NAMED(GDF_ELEM),       NAMED(GDF_CKT),          NAMED(GDF_INST),         NAMED(GDF_CONN),
-    NAMED(GDF_PROP),       NAMED(GDF_PROPSET),      NAMED(GDF_PROPADD),      NAMED(GDF_PROPSETADD),
-    NAMED(GDF_HPROPADD),   NAMED(GDF_HPROPSETADD),  NAMED(GDF_TSPROP),       NAMED(GDF_TSEXPR),
-    NAMED(GDF_SECTION),    NAMED(GDF_TSSCHEMA),     NAMED(GDF_HTSASSOC),     NAMED(GDF_TSPROPDATA),
-    NAMED(GDF_INT32_T),    NAMED(GDF_INT64_T),      NAMED(GDF_INT32SET_T),   NAMED(GDF_INT64SET_T),
-    NAMED(GDF_FLOAT64_T),  NAMED(GDF_FLOAT64SET_T), NAMED(GDF_STRING_T),     NAMED(GDF_EOL),
-    NAMED(GDF_DEFPROPADD), NAMED(GDF_CONTAINER),    NAMED(GDF_NULL),         NAMED(GDF_ASSETCLASS),
-    NAMED(GDF_ASSETCLASSAPPLY), NAMED(GDF_CONDSTATE), NAMED(GDF_HCONDSTATE), NAMED(GDF_HFLOWROLE),
-    NAMED(GDF_ROOT),       NAMED(GDF_SUPPORT),      NAMED(GDF_STRING),       NAMED(GDF_ID),
-    NAMED(GDF_AUX_ID),     NAMED(GDF_SQSTRING),     NAMED(GDF_DBL),          NAMED(GDF_INT64),
-    NAMED(GDF_INT32),
-};
-#undef NAMED
-
 // One token as text: "ID:abc", "INT32:5", "DBL:1.5", "EOL", "'.'" or "#200" for other bytes.
 void Describe(std::ostringstream& out, const gdf_Token& token) {
-  auto named = kTokenNames.find(token.code);
-  if (named == kTokenNames.end()) {
-    if (token.code > ' ' && token.code < 127)
-      out << '\'' << char(token.code) << '\'';
-    else
-      out << '#' << token.code;
-    return;
-  }
-  out << named->second.substr(4);
+  const std::string name = gdf_token_name(token.code);
+  if (name.compare(0, 4, "GDF_") == 0)
+    out << name.substr(4);
+  else if (token.code > ' ' && token.code < 127)
+    out << '\'' << char(token.code) << '\'';
+  else
+    out << '#' << token.code;
   if (gdf_token_has_text(token.code)) out << ':' << token.text;
   if (token.code == GDF_INT32 || token.code == GDF_INT64) out << ':' << token.ival;
   if (token.code == GDF_DBL) out << ':' << token.dval;
@@ -59,7 +40,6 @@ std::string Kinds(std::string_view text) { return Join(gdf_scan_tokens(text), fa
 std::string Positions(std::string_view text) { return Join(gdf_scan_tokens(text), true); }
 
 } // namespace
-
 
 TEST(LexerTest, KeywordsOnlyInLowerCaseAndOnlyAsWholeWords) {
   EXPECT_EQ(Kinds("section container elem ckt root inst conn prop assetclass assetclassapply"),
@@ -163,6 +143,9 @@ TEST(LexerTest, NulBytes) {
   // ... inside a comment or a string it is part of it (and ends the C string of the value).
   EXPECT_EQ(Kinds(std::string_view("% a\0b\nckt \"x\0y\" z", 17)), "CKT STRING:x ID:z EOL");
   EXPECT_EQ(Kinds(std::string_view("'x\0y'", 5)), "SQSTRING:x EOL");
+  // Behind a quote that never closes, scanning resumes and NULs keep their places.
+  EXPECT_EQ(Join(gdf_scan_tokens(std::string_view("\"ab\\\n\0x\"\0", 9), gdf_NulHandling::kIsToken), false),
+            "'\"' ID:ab '\\' EOL #0 ID:x '\"' #0 EOL");
 }
 
 TEST(LexerTest, StreamAndTextGiveTheSameTokens) {
