@@ -44,6 +44,14 @@ class tolk_hgraph_base : public tolk_ugraph_base {
  public:
   tolk_LIST<tolk_instance_step_base> repList;
 
+  // Nodes and edges of a hierarchical graph carry records: only the typed graph makes them.
+  tolk_UNode NodeInsert() = delete;
+  tolk_UNode NodeAppend() = delete;
+  tolk_UNode NodeInsertAfter(const tolk_UNode&) = delete;
+  tolk_UNode NodeInsertBefore(const tolk_UNode&) = delete;
+  tolk_UEdge EdgeInsert(const tolk_UNode&, const tolk_UNode&) = delete;
+  tolk_UEdge EdgeAppend(const tolk_UNode&, const tolk_UNode&) = delete;
+
   static bool IsLeaf(const tolk_UNode& n) { return HLink(n)->refptr == nullptr; }
   static int EdgeType(const tolk_UEdge& e) { return KindOf(e.Edge()); }
   static tolk_hgraph_base* RefOf(const tolk_UNode& n) { return HLink(n)->refptr; }

@@ -54,8 +54,11 @@ tolk_instance_base& tolk_instance_base::operator=(tolk_instance_base&& o) noexce
 }
 
 void tolk_instance_base::Reallocate(int newSpace) {
-  tolk_instance_step_base* fresh = newSpace > 0 ? new tolk_instance_step_base[newSpace] : nullptr;
-  std::copy(stepfield, stepfield + length, fresh);
+  tolk_instance_step_base* fresh = nullptr;
+  if (newSpace > 0) {
+    fresh = new tolk_instance_step_base[newSpace];
+    std::copy(stepfield, stepfield + std::min(static_cast<int>(length), newSpace), fresh);
+  }
   delete[] stepfield;
   stepfield = fresh;
   space = static_cast<tolk_pathlength>(newSpace);

@@ -263,75 +263,80 @@ void tolk_UAssocArray_Manager::DeregisterNodeAssoc(const tolk_list_base_iter& h)
 
 void tolk_UAssocArray_Manager::DeregisterEdgeAssoc(const tolk_list_base_iter& h) { EdgeAssocList.Delete(h); }
 
-tolk_unsigned tolk_UAssocArray_Manager::AllocateNodeIndex() {
-  if (freeNodeIndices.Empty()) InitiateNodeResize();
-  return freeNodeIndices.Pop();
-}
-
-void tolk_UAssocArray_Manager::DeallocateNodeIndex(tolk_unsigned i) {
-  freeNodeIndices.Push(i);
-  if (static_cast<tolk_unsigned>(freeNodeIndices.Size()) > (maxNodeIndex + 1) / 2) InitiateNodeResize();
-}
-
-tolk_unsigned tolk_UAssocArray_Manager::AllocateEdgeIndex() {
-  if (freeEdgeIndices.Empty()) InitiateEdgeResize();
-  return freeEdgeIndices.Pop();
-}
-
-void tolk_UAssocArray_Manager::DeallocateEdgeIndex(tolk_unsigned i) {
-  freeEdgeIndices.Push(i);
-  if (static_cast<tolk_unsigned>(freeEdgeIndices.Size()) > (maxEdgeIndex + 1) / 2) InitiateEdgeResize();
-}
-
 namespace {
+
+template <class Resize>
+tolk_unsigned TakeIndex(tolk_STACK<tolk_unsigned>& freeIndices, Resize resize) {
+  if (freeIndices.Empty()) resize();
+  return freeIndices.Pop();
+}
+
+// Compacts once more than half of the index space is free.
+template <class Resize>
+void GiveIndexBack(tolk_STACK<tolk_unsigned>& freeIndices, tolk_unsigned maxIndex, tolk_unsigned i, Resize resize) {
+  freeIndices.Push(i);
+  if (static_cast<tolk_unsigned>(freeIndices.Size()) > (maxIndex + 1) / 2) resize();
+}
 
 template <class AssocList>
 void ResizeAll(AssocList& arrays, tolk_unsigned** names, tolk_unsigned used, tolk_unsigned newMax) {
   for (tolk_list_base_iter i = arrays.First(); !i.End(); i.Next()) arrays.Value(i)->Resize(names, used, newMax);
 }
 
-// Moves every array to the new numbering given by names, then applies it.
-template <class AssocList>
-void Compact(AssocList& arrays, std::vector<tolk_unsigned*>& names, tolk_unsigned newMax,
-             tolk_STACK<tolk_unsigned>& freeStack) {
-  const tolk_unsigned used = names.size();
-  ResizeAll(arrays, names.data(), used, newMax);
-  for (tolk_unsigned k = 0; k < used; ++k) *names[k] = k;
-  freeStack.Clear();
+// Sizes the index space for `used` live elements. While free indices remain, the
+// space is compacted: every array moves to the numbering of collectNames (the live
+// elements' indices, in list order), which then becomes the elements' own.
+template <class AssocList, class CollectNames>
+void ResizeIndexSpace(AssocList& arrays, tolk_STACK<tolk_unsigned>& freeIndices, tolk_unsigned& maxIndex,
+                      tolk_unsigned used, CollectNames collectNames) {
+  const tolk_unsigned newMax = GrownLimit(used);
+  if (!freeIndices.Empty()) {
+    std::vector<tolk_unsigned*> names;
+    names.reserve(used);
+    collectNames(names);
+    ResizeAll(arrays, names.data(), used, newMax);
+    for (tolk_unsigned k = 0; k < used; ++k) *names[k] = k;
+    freeIndices.Clear();
+  } else {
+    ResizeAll(arrays, nullptr, used, newMax);
+  }
+  maxIndex = newMax;
+  PushFreeRange(freeIndices, used, newMax);
 }
 
 }  // namespace
 
-void tolk_UAssocArray_Manager::InitiateNodeResize() {
-  const tolk_unsigned used = pG->NumberOfNodes();
-  const tolk_unsigned newMax = GrownLimit(used);
-  if (!freeNodeIndices.Empty()) {
-    std::vector<tolk_unsigned*> names;
-    names.reserve(used);
-    ForEachNode(*pG, [&](tolk_unode_link* n) { names.push_back(&n->name); });
-    Compact(NodeAssocList, names, newMax, freeNodeIndices);
-  } else {
-    ResizeAll(NodeAssocList, nullptr, used, newMax);
-  }
-  maxNodeIndex = newMax;
-  PushFreeRange(freeNodeIndices, used, newMax);
+tolk_unsigned tolk_UAssocArray_Manager::AllocateNodeIndex() {
+  return TakeIndex(freeNodeIndices, [this] { InitiateNodeResize(); });
 }
 
+void tolk_UAssocArray_Manager::DeallocateNodeIndex(tolk_unsigned i) {
+  GiveIndexBack(freeNodeIndices, maxNodeIndex, i, [this] { InitiateNodeResize(); });
+}
+
+tolk_unsigned tolk_UAssocArray_Manager::AllocateEdgeIndex() {
+  return TakeIndex(freeEdgeIndices, [this] { InitiateEdgeResize(); });
+}
+
+void tolk_UAssocArray_Manager::DeallocateEdgeIndex(tolk_unsigned i) {
+  GiveIndexBack(freeEdgeIndices, maxEdgeIndex, i, [this] { InitiateEdgeResize(); });
+}
+
+void tolk_UAssocArray_Manager::InitiateNodeResize() {
+  ResizeIndexSpace(NodeAssocList, freeNodeIndices, maxNodeIndex, pG->NumberOfNodes(),
+                   [this](std::vector<tolk_unsigned*>& names) {
+                     ForEachNode(*pG, [&](tolk_unode_link* n) { names.push_back(&n->name); });
+                   });
+}
+
+// Each edge is collected once, through its A link.
 void tolk_UAssocArray_Manager::InitiateEdgeResize() {
-  const tolk_unsigned used = pG->NEdges;
-  const tolk_unsigned newMax = GrownLimit(used);
-  if (!freeEdgeIndices.Empty()) {
-    std::vector<tolk_unsigned*> names;
-    names.reserve(used);
-    ForEachNode(*pG, [&](tolk_unode_link* n) {
-      ForEachLink(n, [&](tolk_uedge_link* l) {
-        if (!l->IsBlink()) names.push_back(&l->id);
-      });
-    });
-    Compact(EdgeAssocList, names, newMax, freeEdgeIndices);
-  } else {
-    ResizeAll(EdgeAssocList, nullptr, used, newMax);
-  }
-  maxEdgeIndex = newMax;
-  PushFreeRange(freeEdgeIndices, used, newMax);
+  ResizeIndexSpace(EdgeAssocList, freeEdgeIndices, maxEdgeIndex, pG->NEdges,
+                   [this](std::vector<tolk_unsigned*>& names) {
+                     ForEachNode(*pG, [&](tolk_unode_link* n) {
+                       ForEachLink(n, [&](tolk_uedge_link* l) {
+                         if (!l->IsBlink()) names.push_back(&l->id);
+                       });
+                     });
+                   });
 }

@@ -1,31 +1,26 @@
-// Tests of instance paths, hierarchical graphs, their representatives and flattened walks.
+// Tests of instance paths, hierarchical graphs, flattened walks and the hierarchy of graphs.
 #include "tolk/hgraph.h"
+#include "tolk/hgraph_hierarchy.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <memory>
+#include <random>
 #include <set>
 #include <utility>
 #include <vector>
 
 namespace {
 
-struct GData {
+struct Rec {
   int id = 0;
 };
-struct NData {
-  int id = 0;
-};
-struct EData {
-  int id = 0;
-};
-struct LData {
-  int id = 0;
-};
-
-typedef tolk_HGRAPH<GData, NData, EData, LData> Graph;
+typedef tolk_HGRAPH<Rec, Rec, Rec, Rec> Graph;
+typedef tolk_VFEdge<Rec, Rec, Rec, Rec> VFEdge;
+typedef tolk_HIERARCHY<Rec, Rec, Rec, Rec> Hierarchy;
 typedef Graph::Path Path;
 
 Path P(std::initializer_list<std::pair<Graph*, tolk_UNode>> steps) {
@@ -35,8 +30,7 @@ Path P(std::initializer_list<std::pair<Graph*, tolk_UNode>> steps) {
 }
 
 int IdOf(const Path& p, int i) {
-  Graph* g = p.Scope(i);
-  return Graph::IsLeaf(p.Node(i)) ? g->LeafValue(p.Node(i)).id : g->Value(p.Node(i)).id;
+  return Graph::IsLeaf(p.Node(i)) ? p.Scope(i)->LeafValue(p.Node(i)).id : p.Scope(i)->Value(p.Node(i)).id;
 }
 
 std::vector<int> Ids(const Path& p) {
@@ -60,110 +54,48 @@ std::vector<int> VConnectIds(const Path& leaf) {
 
 }  // namespace
 
-// ---------------------------------------------------------------------------------------------
-// Instance paths
-
-TEST(InstancePath, CapacityGrowsAndShrinksInBlocksOfFour) {
-  Graph g;
-  tolk_UNode n = g.LeafNodeAppend({1});
-  Path p;
-  for (int i = 0; i < 4; ++i) p.Append(&g, n);
-  EXPECT_EQ(p.GetSpace(), 4);
-  p.Append(&g, n);
-  EXPECT_EQ(p.GetSpace(), 8);
-  Path copy(p);
-  EXPECT_EQ(copy.GetSpace(), 8);
-  EXPECT_EQ(copy, p);
-
-  p.CutToEnd(4);  // 4 spare: kept
-  EXPECT_EQ(p.GetSpace(), 8);
-  p.CutToEnd(3);
-  EXPECT_EQ(p.GetLength(), 3);
-  EXPECT_EQ(p.GetSpace(), 4);
-  copy.DeleteStep(0);
-  copy.DeleteStep(0);
-  copy.DeleteStep(0);
-  EXPECT_EQ(copy.GetLength(), 2);
-  EXPECT_EQ(copy.GetSpace(), 4);
-}
-
-TEST(InstancePath, EmptyCopiesHoldNoArrayAndResetKeepsSmallOnes) {
-  Graph g;
-  tolk_UNode n = g.LeafNodeAppend({1});
-  Path p = P({{&g, n}, {&g, n}, {&g, n}});
-  p.Reset();
-  EXPECT_EQ(p.GetLength(), 0);
-  EXPECT_EQ(p.GetSpace(), 4);
-  Path copy(p);
-  EXPECT_EQ(copy.GetSpace(), 0);
-  EXPECT_EQ(copy.stepfield, nullptr);
-  copy.Append(&g, n);
-  EXPECT_EQ(copy.GetSpace(), 4);
-
-  for (int i = 0; i < 6; ++i) p.Append(&g, n);
-  p.Reset();
-  EXPECT_EQ(p.GetSpace(), 0);
-  Path q = P({{&g, n}});
-  q = p;  // assigning an empty path gives the array back
-  EXPECT_EQ(q.GetSpace(), 0);
-}
-
-TEST(InstancePath, CutsDeletionAndOverlayKeepTheRightSteps) {
+TEST(InstancePath, StorageGrowsAndShrinksInBlocksOfFour) {
   Graph g;
   tolk_UNode a = g.LeafNodeAppend({1}), b = g.LeafNodeAppend({2}), c = g.LeafNodeAppend({3});
-  Path abc = P({{&g, a}, {&g, b}, {&g, c}});
-
-  Path p(abc);
-  p.CutToFront(0);
-  EXPECT_EQ(Ids(p), (std::vector<int>{2, 3}));
-  p = abc;
-  p.CutToFront(2);
-  EXPECT_EQ(p.GetLength(), 0);
-  EXPECT_EQ(p.GetSpace(), 0);
-
-  p = abc;
-  p.DeleteStep(1);
-  EXPECT_EQ(Ids(p), (std::vector<int>{1, 3}));
-
-  p = abc;
-  p.Overlay(1, P({{&g, c}, {&g, c}}));
-  EXPECT_EQ(Ids(p), (std::vector<int>{1, 3, 3}));
-
-  p = abc;
-  p.Append(p);  // appending a path to itself doubles it
-  EXPECT_EQ(Ids(p), (std::vector<int>{1, 2, 3, 1, 2, 3}));
+  Path p = P({{&g, a}, {&g, b}, {&g, c}, {&g, a}});
+  EXPECT_EQ(p.GetSpace(), 4);
+  p.Append(&g, b);
   EXPECT_EQ(p.GetSpace(), 8);
+  EXPECT_EQ(Path(p).GetSpace(), 8);
+  p.CutToEnd(3);
+  EXPECT_EQ(p.GetSpace(), 4);
 
-  EXPECT_NE(P({{&g, a}, {&g, b}}), P({{&g, a}, {&g, c}}));
-  EXPECT_NE(P({{&g, a}}), P({{&g, a}, {&g, a}}));
-  EXPECT_EQ(Path(), Path());
+  Path q(p);
+  q.CutToFront(0);
+  EXPECT_EQ(Ids(q), (std::vector<int>{2, 3}));
+  q.CutToFront(1);
+  EXPECT_EQ(q.GetSpace(), 0);  // no step left: no array
+  q = p;
+  q.DeleteStep(1);
+  q.Overlay(1, P({{&g, c}, {&g, c}}));
+  q.Append(q);
+  EXPECT_EQ(Ids(q), (std::vector<int>{1, 3, 3, 1, 3, 3}));
+
+  p.Reset();  // a small array stays for reuse, but a copy of an empty path holds none
+  EXPECT_EQ(p.GetSpace(), 4);
+  EXPECT_EQ(Path(p).GetSpace(), 0);
 }
 
-// ---------------------------------------------------------------------------------------------
-// Hierarchical graphs
-//
-//   D (element): t1, t2 leaves, k leaf;   t1 -d1- k,  t2 -d2- k
-//   C (circuit): x, y leaves; n, m instances of D
-//        x -c1- (n,t1)     (n,t2) -c2- (m,t1)     x -c3- y     (m,t2) -c4- y
-//        (n,t1) -c5- (n,t2)   a loop at n joining two of its terminals
-
+//   D: leaves t1, t2, k;  t1 -d1- k,  t2 -d2- k
+//   C: leaves x, y; instances n, m of D
+//      x -c1- (n,t1)   (n,t2) -c2- (m,t1)   x -c3- y   (m,t2) -c4- y   (n,t1) -c5- (n,t2)
 namespace {
 
 struct TwoLevels {
   Graph D{{1}}, C{{2}};
-  tolk_UNode t1, t2, k, x, y, n, m;
+  tolk_UNode t1 = D.LeafNodeAppend({11}), t2 = D.LeafNodeAppend({12}), k = D.LeafNodeAppend({13});
+  tolk_UNode x = C.LeafNodeAppend({21}), y = C.LeafNodeAppend({22});
+  tolk_UNode n = C.NodeAppend({23}, &D), m = C.NodeAppend({24}, &D);
   tolk_UEdge c1, c2, c3, c4, c5;
 
   TwoLevels() {
-    t1 = D.LeafNodeAppend({11});
-    t2 = D.LeafNodeAppend({12});
-    k = D.LeafNodeAppend({13});
     D.EdgeAppend({101}, P({{&D, t1}}), P({{&D, k}}));
     D.EdgeAppend({102}, P({{&D, t2}}), P({{&D, k}}));
-    x = C.LeafNodeAppend({21});
-    y = C.LeafNodeAppend({22});
-    n = C.NodeAppend({23}, &D);
-    m = C.NodeAppend({24}, &D);
     c1 = C.EdgeAppend({201}, P({{&C, x}}), P({{&C, n}, {&D, t1}}));
     c2 = C.EdgeAppend({202}, P({{&C, n}, {&D, t2}}), P({{&C, m}, {&D, t1}}));
     c3 = C.EdgeAppend({203}, P({{&C, x}}), P({{&C, y}}));
@@ -171,8 +103,7 @@ struct TwoLevels {
     c5 = C.EdgeAppend({205}, P({{&C, n}, {&D, t1}}), P({{&C, n}, {&D, t2}}));
   }
   ~TwoLevels() {
-    // C goes first: its instance nodes hold entries in D's repList.
-    while (!C.Empty()) C.NodeDelete(C.FirstNode());
+    while (!C.Empty()) C.NodeDelete(C.FirstNode());  // before D, whose repList they are in
   }
 };
 
@@ -184,52 +115,20 @@ TEST(HGraph, AddEdgeChoosesTheRecordByItsEnds) {
   EXPECT_EQ(Graph::EdgeType(h.c1), tolk_EDGE_HEAD_INSTANCE);
   EXPECT_EQ(Graph::EdgeType(h.c4), tolk_EDGE_TAIL_INSTANCE);
   EXPECT_EQ(Graph::EdgeType(h.c2), tolk_EDGE_INSTANCES);
-
-  // One-step tail, two-step head.
   EXPECT_EQ(Graph::VHead(h.c1), P({{&h.D, h.t1}}));
   EXPECT_EQ(Graph::VTail(h.c1).GetLength(), 0);
-  EXPECT_EQ(h.C.IHead(h.c1), P({{&h.C, h.n}, {&h.D, h.t1}}));
+  EXPECT_EQ(h.C.IHead(tolk_UEdge::BInit(h.c1)), P({{&h.C, h.n}, {&h.D, h.t1}}));
   EXPECT_EQ(h.C.ITail(h.c1), P({{&h.C, h.x}}));
-  // The same answers from the edge's other link.
-  tolk_UEdge atN = tolk_UEdge::BInit(h.c1);
-  EXPECT_EQ(h.C.IHead(atN), P({{&h.C, h.n}, {&h.D, h.t1}}));
-
   EXPECT_EQ(Graph::VTail(h.c2), P({{&h.D, h.t2}}));
   EXPECT_EQ(Graph::VHead(h.c2), P({{&h.D, h.t1}}));
-  EXPECT_EQ(Graph::VTail(h.c4), P({{&h.D, h.t2}}));
-  EXPECT_EQ(Graph::VHead(h.c4).GetLength(), 0);
-
   for (tolk_UEdge e : {h.c1, h.c2, h.c3, h.c4, h.c5}) h.C.Value(e).id += 1000;
   EXPECT_EQ(EdgeIds(h.C, h.n), (std::vector<int>{1201, 1202, 1205, 1205}));
   EXPECT_EQ(EdgeIds(h.C, h.y), (std::vector<int>{1203, 1204}));
 }
 
-TEST(HGraph, RepresentativesFollowInstanceNodes) {
-  Graph D{{1}}, C{{2}}, B{{3}};
-  tolk_UNode n = C.NodeAppend({1}, &D);
-  tolk_UNode m = B.NodeInsert({2}, &D);
-  tolk_UNode o = C.NodeInsert({3}, &D);
-  ASSERT_EQ(D.NumOfReps(), 3u);
-  std::vector<std::pair<Graph*, tolk_UNode>> reps;
-  for (tolk_RepIter r = D.FirstRep(); !r.End(); r.Next()) {
-    Graph::Step s = D.GetRepresentativeValue(r);
-    reps.emplace_back(s.Scope(), s.node);
-  }
-  EXPECT_EQ(reps, (std::vector<std::pair<Graph*, tolk_UNode>>{{&C, n}, {&B, m}, {&C, o}}));
-  EXPECT_EQ(C.GetRepGraph(n), &D);
-  EXPECT_FALSE(Graph::IsLeaf(n));
-
-  C.NodeDelete(n);
-  EXPECT_EQ(D.NumOfReps(), 2u);
-  EXPECT_EQ(D.RLValue(D.FirstRep()), tolk_instance_step_base(&B, m));
-  B.NodeDelete(m);
-  C.NodeDelete(o);
-  EXPECT_EQ(D.NumOfReps(), 0u);
-}
-
 TEST(HGraph, VirtualConnectionsAreTheEdgesWhosePathLeadsToTheLeaf) {
   TwoLevels h;
-  // Incidence order at n: c1 (vpath t1), c2 (t2), c5 (A link: t1), c5 (B link: t2).
+  // n's list: c1 (path t1), c2 (t2), c5 A link (t1), c5 B link (t2).
   EXPECT_EQ(VConnectIds(P({{&h.C, h.n}, {&h.D, h.t1}})), (std::vector<int>{201, 205}));
   EXPECT_EQ(VConnectIds(P({{&h.C, h.n}, {&h.D, h.t2}})), (std::vector<int>{202, 205}));
   EXPECT_EQ(VConnectIds(P({{&h.C, h.m}, {&h.D, h.t1}})), (std::vector<int>{202}));
@@ -237,103 +136,62 @@ TEST(HGraph, VirtualConnectionsAreTheEdgesWhosePathLeadsToTheLeaf) {
   EXPECT_EQ(VConnectIds(P({{&h.C, h.x}})), std::vector<int>{});
 }
 
-namespace {
-
-// Every edge of a leaf in the flattened graph: (edge id, other end's ids).
-std::multiset<std::pair<int, std::vector<int>>> Flattened(const Path& leaf) {
-  std::multiset<std::pair<int, std::vector<int>>> out;
-  tolk_VFEdge<GData, NData, EData, LData> w;
-  for (w.First(leaf); !w.End(); w.Next()) {
-    Path other(w.OtherAdjacentLeafInstance(leaf));
-    out.emplace(w.GetScope()->Value(w.GetEdge()).id, Ids(other));
-  }
-  return out;
-}
-
-}  // namespace
-
 TEST(HGraph, FlattenedWalkGivesOwnEdgesThenVirtualConnections) {
   TwoLevels h;
   Path leaf = P({{&h.C, h.n}, {&h.D, h.t1}});
-  tolk_VFEdge<GData, NData, EData, LData> w;
+  VFEdge w;
   w.First(leaf);
-  ASSERT_FALSE(w.End());
   EXPECT_FALSE(w.IsVConnect());
   EXPECT_EQ(w.GetScope(), &h.D);
   EXPECT_EQ(Ids(w.OtherAdjacentLeafInstance(leaf)), (std::vector<int>{23, 13}));
-
   w.Next();
   EXPECT_TRUE(w.IsVConnect());
   EXPECT_EQ(w.GetScope(), &h.C);
   EXPECT_EQ(Ids(w.OtherAdjacentLeafInstance(leaf)), (std::vector<int>{21}));
-  // A copy walks on by itself, on its own copy of the path.
-  auto copy = std::make_unique<tolk_VFEdge<GData, NData, EData, LData>>(w);
+
+  auto copy = std::make_unique<VFEdge>(w);  // walks on by itself, on its own copy of the path
   w.MakeEnd();
-  EXPECT_TRUE(w.End());
   copy->Next();
   EXPECT_EQ(Ids(copy->OtherAdjacentLeafInstance(leaf)), (std::vector<int>{23, 12}));  // the loop c5
   copy->Next();
   EXPECT_TRUE(copy->End());
 
-  // A leaf without own edges starts on its virtual connections.
-  Graph E{{5}};
-  tolk_UNode lone = E.LeafNodeAppend({51});
-  tolk_UNode inst = h.C.NodeAppend({25}, &E);
-  h.C.EdgeAppend({206}, P({{&h.C, inst}, {&E, lone}}), P({{&h.C, h.y}}));
-  Path loneLeaf = P({{&h.C, inst}, {&E, lone}});
-  w.First(loneLeaf);
+  h.D.NodeDelete(h.k);  // a leaf without edges of its own starts on its virtual connections
+  w.First(P({{&h.C, h.m}, {&h.D, h.t2}}));
   EXPECT_TRUE(w.IsVConnect());
-  EXPECT_EQ(Flattened(loneLeaf), (std::multiset<std::pair<int, std::vector<int>>>{{206, {22}}}));
-  h.C.NodeDelete(inst);
+  EXPECT_EQ(h.C.Value(w.GetEdge()).id, 204);
 }
 
 TEST(HGraph, NodeDeleteRemovesConnectionsReachingTheNodeFromAbove) {
   TwoLevels h;
-  h.D.NodeDelete(h.t1);
-  // c1 (x to n.t1), c2 (n.t2 to m.t1) and the loop c5 reached t1; c3 and c4 did not.
+  h.D.NodeDelete(h.t1);  // c1, c2 and the loop c5 reached t1
   EXPECT_EQ(EdgeIds(h.C, h.x), std::vector<int>{203});
   EXPECT_EQ(EdgeIds(h.C, h.n), std::vector<int>{});
   EXPECT_EQ(EdgeIds(h.C, h.m), std::vector<int>{204});
-  EXPECT_EQ(h.C.NumberOfEdges(), 2u);
   EXPECT_EQ(h.D.NumberOfEdges(), 1u);
-}
-
-TEST(HGraph, AppendGraphCopiesNodesEdgesAndPaths) {
-  TwoLevels h;
-  Graph A{{9}};
-  tolk_UNODEASSOC<tolk_UNode> map(h.C);
-  A.AppendGraph(&h.C, map);
-  ASSERT_EQ(A.NumberOfNodes(), 4u);
-  EXPECT_EQ(A.NumberOfEdges(), 5u);
-  EXPECT_EQ(h.D.NumOfReps(), 4u);
-  EXPECT_EQ(A.LeafValue(map[h.x]).id, 21);
-  EXPECT_EQ(A.Value(map[h.m]).id, 24);
-  EXPECT_EQ(A.GetRepGraph(map[h.n]), &h.D);
-  EXPECT_EQ(Flattened(P({{&A, map[h.n]}, {&h.D, h.t1}})), Flattened(P({{&h.C, h.n}, {&h.D, h.t1}})));
-  EXPECT_EQ(Flattened(P({{&A, map[h.y]}})), Flattened(P({{&h.C, h.y}})));
-  while (!A.Empty()) A.NodeDelete(A.FirstNode());
 }
 
 namespace {
 
-// All leaf paths below top, breadth first, each with its flattened edges; steps through
-// `skip` are left out of every name so that a graph before and after exploding that
-// node can be compared.
-std::map<std::vector<int>, std::multiset<std::pair<int, std::vector<int>>>> FlatView(Graph* top,
-                                                                                      tolk_UNode skip = {}) {
+typedef std::map<std::vector<int>, std::multiset<std::pair<int, std::vector<int>>>> FlatEdges;
+
+// Every leaf path below top (breadth first) with its flattened edges, named by ids;
+// steps through `skip` are left out of names, so that a graph can be compared before
+// and after exploding that node.
+FlatEdges FlatView(Graph* top, tolk_UNode skip = {}) {
   auto name = [&](const Path& p) {
     std::vector<int> v;
     for (int i = 0; i < p.GetLength(); ++i) {
-      if (skip.End() || !(p.Node(i) == skip)) v.push_back(IdOf(p, i));
+      if (p.Node(i) != skip) v.push_back(IdOf(p, i));
     }
     return v;
   };
-  std::map<std::vector<int>, std::multiset<std::pair<int, std::vector<int>>>> view;
+  FlatEdges view;
   std::deque<Path> pending{Path()};
-  while (!pending.empty()) {
-    Path prefix = pending.front();
-    pending.pop_front();
-    Graph* g = prefix.GetLength() == 0 ? top : prefix.Scope(prefix.GetLength() - 1)->GetRepGraph(prefix.Node(prefix.GetLength() - 1));
+  for (; !pending.empty(); pending.pop_front()) {
+    const Path& prefix = pending.front();
+    const int last = prefix.GetLength() - 1;
+    Graph* g = last < 0 ? top : prefix.Scope(last)->GetRepGraph(prefix.Node(last));
     for (tolk_UNode n = g->FirstNode(); !n.End(); n.Next()) {
       Path p(prefix);
       p.Append(g, n);
@@ -341,9 +199,10 @@ std::map<std::vector<int>, std::multiset<std::pair<int, std::vector<int>>>> Flat
         pending.push_back(p);
         continue;
       }
-      auto& edges = view[name(p)];
-      tolk_VFEdge<GData, NData, EData, LData> w;
-      for (w.First(p); !w.End(); w.Next()) edges.emplace(w.GetScope()->Value(w.GetEdge()).id, name(w.OtherAdjacentLeafInstance(p)));
+      VFEdge w;
+      for (w.First(p); !w.End(); w.Next()) {
+        view[name(p)].emplace(w.GetScope()->Value(w.GetEdge()).id, name(w.OtherAdjacentLeafInstance(p)));
+      }
     }
   }
   return view;
@@ -351,38 +210,152 @@ std::map<std::vector<int>, std::multiset<std::pair<int, std::vector<int>>>> Flat
 
 }  // namespace
 
-//   T: leaf z, instance c of C;  z -t1- (c, x),  z -t2- (c, y)
+//   T: leaf z, instance c of C;  z -t1- (c, x),  (c, y) -t2- z
 TEST(HGraph, ExplodeNodeKeepsTheFlattenedConnectivity) {
   TwoLevels h;
   Graph T{{3}};
-  tolk_UNode z = T.LeafNodeAppend({31});
-  tolk_UNode c = T.NodeAppend({32}, &h.C);
+  tolk_UNode z = T.LeafNodeAppend({31}), c = T.NodeAppend({32}, &h.C);
   T.EdgeAppend({301}, P({{&T, z}}), P({{&T, c}, {&h.C, h.x}}));
   T.EdgeAppend({302}, P({{&T, c}, {&h.C, h.y}}), P({{&T, z}}));
-
-  auto beforeC = FlatView(&h.C, h.n);
-  auto beforeT = FlatView(&T, h.n);
+  FlatEdges beforeC = FlatView(&h.C, h.n), beforeT = FlatView(&T, h.n);
   ASSERT_EQ(beforeC.size(), 8u);  // x, y, and t1 t2 k below each of n and m
+
   tolk_UNODEASSOC<tolk_UNode> map(h.D);
   h.C.ExplodeNode(h.n, map);
-
   EXPECT_EQ(h.D.NumOfReps(), 1u);
   EXPECT_EQ(h.C.NumberOfNodes(), 6u);
   EXPECT_EQ(FlatView(&h.C), beforeC);
   EXPECT_EQ(FlatView(&T), beforeT);
-  while (!T.Empty()) T.NodeDelete(T.FirstNode());
+  T.NodeDelete(c);
 }
 
-TEST(HGraph, ExplodeNodeRedirectsDeeperPathsOfEnclosingGraphs) {
+//   T: leaf z, instance c of C;  z -t1- (c, n, k);   E: leaf u, instanced as j in D;  x -c6- (n, j, u)
+TEST(HGraph, ExplodeNodeKeepsDeeperPathsBelowAndAbove) {
   TwoLevels h;
-  Graph T{{3}};
-  tolk_UNode z = T.LeafNodeAppend({31});
-  tolk_UNode c = T.NodeAppend({32}, &h.C);
+  Graph T{{3}}, E{{4}};
+  tolk_UNode z = T.LeafNodeAppend({31}), c = T.NodeAppend({32}, &h.C);
   tolk_UEdge deep = T.EdgeAppend({301}, P({{&T, z}}), P({{&T, c}, {&h.C, h.n}, {&h.D, h.k}}));
+  tolk_UNode u = E.LeafNodeAppend({41}), j = h.D.NodeAppend({42}, &E);
+  tolk_UEdge c6 = h.C.EdgeAppend({206}, P({{&h.C, h.x}}), P({{&h.C, h.n}, {&h.D, j}, {&E, u}}));
   tolk_UNODEASSOC<tolk_UNode> map(h.D);
   h.C.ExplodeNode(h.n, map);
-  ASSERT_EQ(T.NumberOfEdges(), 1u);
   EXPECT_EQ(T.IHead(deep), P({{&T, c}, {&h.C, map[h.k]}}));
   EXPECT_EQ(VConnectIds(P({{&T, c}, {&h.C, map[h.k]}})), std::vector<int>{301});
-  while (!T.Empty()) T.NodeDelete(T.FirstNode());
+  c6 = tolk_UEdge::First(h.C.FirstNode());  // the rebuilt edge is x's newest
+  EXPECT_EQ(Graph::VHead(c6), P({{&E, u}}));
+  EXPECT_EQ(h.C.IHead(c6), P({{&h.C, map[j]}, {&E, u}}));
+  T.NodeDelete(c);
+  h.C.NodeDelete(map[j]);
+  h.D.NodeDelete(j);
+}
+
+namespace {
+
+// Orders graphs by their id, as the grid model orders its definitions.
+class ById final : public tolk_Comparator<void*> {
+ public:
+  tolk_signed Compare(void* const& a, void* const& b) const override {
+    int x = static_cast<Graph*>(a)->Info().id, y = static_cast<Graph*>(b)->Info().id;
+    return x < y ? -1 : (x > y ? 1 : 0);
+  }
+};
+
+std::vector<int> PrimeIds(Hierarchy& h) {
+  std::vector<int> ids;
+  for (auto it = h.Primes.First(); !it.End(); it.Next()) ids.push_back(h.Primes.Value(it)->Info().id);
+  return ids;
+}
+
+}  // namespace
+
+//   top: leaf z, instances i1, i2 of mid;  z -e1- (i1, t)
+//   mid: leaf t, instance j of low
+TEST(Hierarchy, DeleteScopeRemovesItsInstancesAndTheirConnections) {
+  Hierarchy h;
+  Graph *top = new Graph({1}), *mid = new Graph({2}), *low = new Graph({3});
+  for (Graph* g : {top, mid, low}) EXPECT_EQ(h.AddScope(g), 0);
+  EXPECT_EQ(h.AddScope(low), 1);
+  tolk_UNode z = h.AddLeafNode(top, {1}, false), i1 = h.AddNode(top, {2}, mid, false);
+  h.AddNode(top, {3}, mid, true);
+  tolk_UNode t = h.AddLeafNode(mid, {4}, false);
+  h.AddNode(mid, {5}, low, false);
+  top->EdgeAppend({1}, P({{top, z}}), P({{top, i1}, {mid, t}}));
+  auto stranger = std::make_unique<Graph>(Rec{9});  // never registered
+  EXPECT_TRUE(h.AddNode(stranger.get(), {1}, low, true).End());
+  EXPECT_TRUE(h.AddNode(top, {1}, stranger.get(), true).End());
+  EXPECT_EQ(h.DeleteScope(stranger.get()), 1);
+
+  EXPECT_EQ(h.DeleteScope(mid), 0);
+  EXPECT_FALSE(h.IsKnown(mid));
+  EXPECT_EQ(top->NumberOfNodes(), 1u);
+  EXPECT_EQ(top->NumberOfEdges(), 0u);
+  EXPECT_TRUE(h.IsPrime(low));
+}
+
+// Graphs that instantiate each other (or themselves) are never primes; the hierarchy
+// must still release them, and the leak checker watches.
+TEST(Hierarchy, DestructionReleasesGraphsThatInstantiateEachOther) {
+  auto* h = new Hierarchy;
+  Graph *a = new Graph({1}), *b = new Graph({2}), *c = new Graph({3}), *d = new Graph({4});
+  for (Graph* g : {a, b, c, d}) h->AddScope(g);
+  h->AddNode(a, {1}, b, false);
+  h->AddNode(b, {2}, a, false);
+  h->AddNode(c, {3}, c, false);
+  tolk_UNode leaf = h->AddLeafNode(b, {4}, false), toA = h->AddNode(d, {5}, a, false);
+  d->EdgeAppend({1}, P({{d, toA}}), P({{d, toA}, {a, a->FirstNode()}, {b, leaf}}));
+  EXPECT_EQ(PrimeIds(*h), std::vector<int>{4});
+  delete h;
+}
+
+// Instances added and deleted at random, and whole graphs deleted and replaced,
+// checked against a model of who instantiates whom; primes come in id order.
+TEST(Hierarchy, RepresentativesAndPrimesStayExactUnderRandomChanges) {
+  std::mt19937 rng(7);
+  ById byId;
+  Hierarchy h(&byId);
+  int nextId = 1;
+  auto addGraph = [&] {
+    Graph* g = new Graph({nextId++});
+    h.AddScope(g);
+    return g;
+  };
+  std::vector<Graph*> graphs;
+  for (int i = 0; i < 6; ++i) graphs.push_back(addGraph());
+  struct Instance {
+    Graph *scope, *ref;
+    tolk_UNode node;
+  };
+  std::vector<Instance> model;
+
+  for (int step = 0; step < 2000; ++step) {
+    const unsigned r = rng() % 20;
+    if (r < 11 || model.empty()) {
+      Graph *scope = graphs[rng() % graphs.size()], *ref = graphs[rng() % graphs.size()];
+      model.push_back({scope, ref, h.AddNode(scope, {step}, ref, rng() & 1)});
+    } else if (r < 19) {
+      const size_t k = rng() % model.size();
+      ASSERT_EQ(h.DeleteNode(model[k].scope, model[k].node), 0);
+      model.erase(model.begin() + k);
+    } else {
+      Graph*& g = graphs[rng() % graphs.size()];
+      ASSERT_EQ(h.DeleteScope(g), 0);
+      std::erase_if(model, [&](const Instance& i) { return i.scope == g || i.ref == g; });
+      g = addGraph();
+    }
+    std::vector<int> primes;
+    for (Graph* g : graphs) {
+      std::multiset<std::pair<Graph*, tolk_unode_link*>> expected, actual;
+      for (const Instance& i : model) {
+        if (i.ref == g) expected.emplace(i.scope, i.node.Link());
+      }
+      for (tolk_RepIter it = g->FirstRep(); !it.End(); it.Next()) {
+        Graph::Step s = g->GetRepresentativeValue(it);
+        actual.emplace(s.Scope(), s.node.Link());
+      }
+      ASSERT_EQ(actual, expected) << "step " << step;
+      if (expected.empty()) primes.push_back(g->Info().id);
+    }
+    std::sort(primes.begin(), primes.end());
+    ASSERT_EQ(PrimeIds(h), primes) << "step " << step;
+  }
 }
