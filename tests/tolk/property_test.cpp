@@ -1,0 +1,286 @@
+// Typed values, property sets and byte fields: kinds and lengths, ownership, checks, text forms.
+#include "tolk/property.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+using P = tolk_Property;
+
+std::string TextOf(const P& p) {
+  std::string out;
+  p.AppendText(out);
+  return out;
+}
+
+TEST(PropertyTest, TextKindAndLength) {
+  struct Case {
+    std::string text;
+    P::Type type;
+    int32_t length;
+  } cases[] = {{"", P::small_string, 1},
+               {"1234567", P::small_string, 8},
+               {"12345678", P::large_string, 9},
+               {std::string(P::kMaxTextLength - 1, 'x'), P::large_string, 65536}};  // kept whole
+  for (const Case& c : cases) {
+    P p(c.text.c_str());
+    EXPECT_EQ(p.QType(), c.type) << c.text.size();
+    EXPECT_EQ(p.QDataLength(), c.length);
+    EXPECT_FALSE(p.IsNull());
+    EXPECT_EQ(p.QString(), c.text);
+  }
+  P none(static_cast<const char*>(nullptr));
+  EXPECT_EQ(none.QType(), P::none);
+  EXPECT_TRUE(none.IsNull());
+}
+
+TEST(PropertyTest, SetNullKeepsTheKindAndClearForgetsIt) {
+  const int64_t values[] = {1, 2};
+  P i(42), text("a text longer than eight"), set;
+  set.InitInt64Set(values, 2);
+  for (P* p : {&i, &text, &set}) p->SetNull();
+  EXPECT_TRUE(i.IsNull());
+  EXPECT_EQ(i.QType(), P::int32);
+  EXPECT_EQ(i.QDataLength(), 0);
+  EXPECT_EQ(i.QInt32(), 0);
+  EXPECT_STREQ(text.QString(), "");
+  EXPECT_EQ(set.QLenInt64Set(), 0);
+
+  P vec;
+  vec.InitIterVector();
+  for (P* p : {&i, &text, &set, &vec}) {
+    p->Clear();
+    EXPECT_EQ(p->QType(), P::none);
+    EXPECT_TRUE(p->IsNull());
+    EXPECT_EQ(p->QDataLength(), 0);
+  }
+}
+
+TEST(PropertyTest, ScalarsAndSets) {
+  EXPECT_EQ(P(-5).QInt64(), -5);  // int32 read as int64, sign-extended
+  EXPECT_EQ(P(3000000000L).QDataLength(), 8);
+  const int32_t i32[] = {1, -2, 3};
+  P a, empty;
+  a.InitInt32Set(i32, 3);
+  empty.InitFloat64Set(nullptr, 0);
+  EXPECT_EQ(a.QDataLength(), 12);
+  EXPECT_EQ(a.QLenInt32Set(), 3);
+  EXPECT_EQ(a.QInt32Set(1), -2);
+  EXPECT_EQ(empty.QLenFloat64Set(), 0);
+  EXPECT_FALSE(empty.IsNull());
+}
+
+TEST(PropertyTest, CopiesSurviveChangeAndDestructionOfTheSource) {
+  const int32_t values[] = {4, 5, 6};
+  auto* text = new P("the source's long text");
+  auto* set = new P;
+  set->InitInt32Set(values, 3);
+  auto* vec = new P;
+  vec->InitIterVector();
+  vec->AccessIterVector().resize(2);
+
+  P text_copy(*text), set_copy, vec_copy("replaced by a vector copy");
+  set_copy = *set;
+  vec_copy = *vec;
+  *text = "changed";
+  set->InitInt32Set(values, 1);
+  vec->AccessIterVector().clear();
+  delete text;
+  delete set;
+  delete vec;
+  EXPECT_STREQ(text_copy.QString(), "the source's long text");
+  EXPECT_EQ(set_copy.QLenInt32Set(), 3);
+  EXPECT_EQ(set_copy.QInt32Set(2), 6);
+  EXPECT_EQ(vec_copy.QIterVector().size(), 2u);
+
+  P moved(std::move(text_copy));
+  EXPECT_EQ(text_copy.QType(), P::none);  // NOLINT(bugprone-use-after-move)
+  EXPECT_STREQ(moved.QString(), "the source's long text");
+}
+
+// A value set from its own text must copy before it releases.
+TEST(PropertyTest, SelfAssignmentAndOwnText) {
+  P p("a value that lives on the heap");
+  P& alias = p;
+  p = alias;
+  p = p.QString();
+  EXPECT_STREQ(p.QString(), "a value that lives on the heap");
+  p = "short";
+  p = p.QString();
+  EXPECT_STREQ(p.QString(), "short");
+}
+
+TEST(PropertyTest, IterVectorIsMadeOnAccess) {
+  tolk_LIST<int> list;
+  list.Append(1);
+  P p;
+  p.InitIterVector();
+  EXPECT_TRUE(p.QIterVector().empty());
+  p.AccessIterVector().push_back(list.First());
+  p.SetNull();
+  EXPECT_TRUE(p.AccessIterVector().empty());
+  p.AccessIterVector().push_back(list.First());
+  EXPECT_EQ(tolk_LIST<int>::Value(p.QIterVector()[0]), 1);
+}
+
+TEST(PropertyTest, TextForms) {
+  const int32_t i32[] = {1, 2, 3};
+  const int64_t i64[] = {5000000000, -1};
+  const double f64[] = {0.5, -2};
+  P a, b, c, empty, vec;
+  a.InitInt32Set(i32, 3);
+  b.InitInt64Set(i64, 2);
+  c.InitFloat64Set(f64, 2);
+  empty.InitInt32Set(nullptr, 0);
+  vec.InitIterVector();
+  EXPECT_EQ(TextOf(P("a long string")), "[large_string, a long string]");
+  EXPECT_EQ(TextOf(P("short")), "[small_string, short]");
+  EXPECT_EQ(TextOf(P(-7)), "[int32, -7]");
+  EXPECT_EQ(TextOf(P(5000000000L)), "[int64, 5000000000]");
+  EXPECT_EQ(TextOf(P(0.5)), "[float64, 0.500000]");
+  EXPECT_EQ(TextOf(a), "[int32_set, 3, [1,2,3,]]");
+  EXPECT_EQ(TextOf(b), "[int64_set, 2, [5000000000,-1,]]");
+  EXPECT_EQ(TextOf(c), "[float64_set, 2, [0.500000,-2.000000,]]");
+  EXPECT_EQ(TextOf(empty), "[int32_set, 0, []]");
+  EXPECT_EQ(TextOf(P()) + TextOf(vec), "");
+  EXPECT_EQ(TextOf(P(1e300)).size(), std::string("[float64, ]").size() + 301 + 7);
+
+  char* buffer = nullptr;
+  size_t size = 0;
+  FILE* fp = open_memstream(&buffer, &size);
+  ASSERT_NE(fp, nullptr);
+  c.WriteText(fp);
+  P(1).WriteText(fp);
+  fclose(fp);
+  EXPECT_EQ(std::string(buffer, size), TextOf(c) + "[int32, 1]");
+  free(buffer);
+}
+
+#define EXPECT_CHECK(statement, message) EXPECT_EXIT(statement, testing::KilledBySignal(SIGINT), message)
+
+TEST(PropertyDeathTest, QueriesOnOtherKinds) {
+  EXPECT_CHECK(P(1L).QInt32(), "tolk_Property ERROR, Int32 query for property of different type!\n");
+  EXPECT_CHECK(P(1.0).QInt64(), "Int64 query for property that is neither 32 or 64 bit integer\n");
+  EXPECT_CHECK(P(1).QFloat64(), "Float64 query for property of different type!\n");
+  EXPECT_CHECK(P(1).QString(), "String query for property of different type!\n");
+  const int32_t values[] = {1, 2};
+  P set;
+  set.InitInt32Set(values, 2);
+  const char message[] = "tolk_Property ERROR, query for property of different type!\n";
+  EXPECT_CHECK(set.QLenInt64Set(), message);
+  EXPECT_CHECK(set.QLenFloat64Set(), message);
+  EXPECT_CHECK(set.QInt64Set(0), message);
+  EXPECT_CHECK(set.QFloat64Set(0), message);
+  EXPECT_CHECK(P(1).QInt32Set(0), message);
+  EXPECT_CHECK(set.QIterVector(), "Value is not a vector!\n");
+  EXPECT_CHECK(set.AccessIterVector(), "Value is not a vector!\n");
+  P vec;
+  vec.InitIterVector();
+  vec.SetNull();
+  EXPECT_CHECK(vec.QIterVector(), "Vector is null!\n");
+}
+
+TEST(PropertyDeathTest, SetIndexOutOfRange) {
+  const int32_t i32[] = {1, 2};
+  const int64_t i64[] = {1, 2};
+  const double f64[] = {1, 2};
+  P a, b, c;
+  a.InitInt32Set(i32, 2);
+  b.InitInt64Set(i64, 2);
+  c.InitFloat64Set(f64, 2);
+  EXPECT_CHECK(a.QInt32Set(2), "index for int32set out of range!\n");
+  EXPECT_CHECK(a.QInt32Set(-1), "index for int32set out of range!\n");
+  EXPECT_CHECK(b.QInt64Set(2), "index for int64set is out of range!\n");
+  EXPECT_CHECK(c.QFloat64Set(-1), "index for float64_set is out of range!\n");
+}
+
+TEST(PropertyDeathTest, OversizedTextAndBadSets) {
+  const std::string text(P::kMaxTextLength, 'x');
+  EXPECT_CHECK(P p(text.c_str()), "Bytefield: String size limited to 64k\n");
+  P p;
+  EXPECT_CHECK(p.InitString(text.c_str()), "Bytefield: String size limited to 64k\n");
+  EXPECT_CHECK(p.InitInt32Set(nullptr, -1), "set element count out of range!\n");
+  EXPECT_CHECK(p.InitInt64Set(nullptr, INT32_MAX / 8 + 1), "set element count out of range!\n");
+  EXPECT_CHECK(p.InitFloat64Set(nullptr, 3), "set values missing!\n");
+}
+
+std::string Walk(const tolk_PropertySet& set) {
+  std::string out;
+  for (tolk_PropertySetIter it = set.First(); !it.End(); set.Next(it)) {
+    out += std::to_string(set.QItPropKey(it)) + "=" + TextOf(set.QItProperty(it)) + " ";
+  }
+  return out;
+}
+
+TEST(PropertySetTest, DuplicateKeysNewestFirst) {
+  tolk_PropertySet set;
+  P value("A");
+  set.AddProperty(7, value);
+  value = "the caller's value changes afterwards";
+  set.AddProperty(8, P(1));
+  set.AddProperty(7, P("B"));
+  EXPECT_EQ(Walk(set), "7=[small_string, B] 8=[int32, 1] 7=[small_string, A] ");
+  EXPECT_STREQ(set.QProperty(7)->QString(), "B");
+  EXPECT_EQ(set.RemoveProperty(7), 2);
+  EXPECT_EQ(set.QProperty(7), nullptr);
+  EXPECT_EQ(Walk(set), "8=[int32, 1] ");
+}
+
+TEST(PropertySetTest, RemoveAtPositionMovesOn) {
+  tolk_PropertySet set;
+  for (int key = 1; key <= 5; ++key) set.AddProperty(key, P(key * 10));
+  for (tolk_PropertySetIter it = set.First(); !it.End();) {
+    if (set.QItPropKey(it) % 2)
+      set.RemoveProperty(it);
+    else
+      set.Next(it);
+  }
+  tolk_PropertySetIter end;
+  set.RemoveProperty(end);
+  EXPECT_EQ(Walk(set), "4=[int32, 40] 2=[int32, 20] ");
+}
+
+bool LiesInside(const void* p, const tolk_RawBytefield& f) {
+  auto* c = static_cast<const char*>(p);
+  auto* base = reinterpret_cast<const char*>(&f);
+  return c >= base && c < base + sizeof f;
+}
+
+TEST(RawBytefieldTest, InlineUpToTwelveBytes) {
+  tolk_RawBytefield f;
+  f.Prep(12);
+  EXPECT_TRUE(LiesInside(f.Content(), f));
+  EXPECT_EQ(f.AddInt64(int64_t{1} << 50, f.AddInt32(-3, 0)), 12);
+  int pos = 0;
+  EXPECT_EQ(f.GetInt32(pos), -3);
+  EXPECT_EQ(f.GetInt64(pos), int64_t{1} << 50);
+  f.Prep(13);
+  EXPECT_FALSE(LiesInside(f.Content(), f));
+  EXPECT_EQ(f.QCC(), f.Content());
+  f.Release();
+  EXPECT_EQ(f.QSize(), 0);
+}
+
+TEST(RawBytefieldTest, PackedValuesReadBackInOrder) {
+  tolk_RawBytefield f;
+  f.Prep(3 + 4 + 8);
+  int pos = f.AddString("ab", 0);
+  EXPECT_EQ(pos, 3);
+  pos = f.AddInt32(5, pos);
+  EXPECT_EQ(pos, 7);
+  EXPECT_EQ(f.AddFloat64(0.5, pos), 15);
+  pos = 0;
+  EXPECT_STREQ(f.GetString(pos), "ab");
+  EXPECT_EQ(f.GetInt32(pos), 5);
+  EXPECT_EQ(f.GetFloat64(pos), 0.5);
+  EXPECT_EQ(pos, 15);
+  f.Prep(40);  // frees the 15-byte array before taking a new one (asan checks)
+  f.Release();
+}
+
+}  // namespace
