@@ -120,22 +120,35 @@ ZELT_Grid_PropData RebuildValue(int type, const char* text) {
 
 // ---- Registry side ----
 
-ZELT_Grid_PropKeyAndType ZELT_Grid_GDF_ParseToGrid::CheckProp(const char* name) {
-  TOLK_ASSERT(_pts != nullptr, "CheckProp: no property registry");
+// Registrations during a parse go through the builder, which forgets what it
+// knew of the name; every parse starts afresh.
+const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpProp(const char* name) {
+  TOLK_ASSERT(_pts != nullptr, "GDF builder: no property registry");
+  auto known = _prop_lookups.find(std::string_view(name));
+  if (known != _prop_lookups.end()) return known->second;
+  PropLookup lookup{{-1, ZELT_Grid_ValueType::none}, false};
   int key = -1;
   int type = gdf_kNone;
-  if (!_pts->GetKeyAndType(name, key, type)) return {-1, ZELT_Grid_ValueType(gdf_kNone)};
-  return {key, ZELT_Grid_ValueType(type)};
+  if (_pts->GetKeyAndType(name, key, type)) {
+    lookup.kt = {key, ZELT_Grid_ValueType(type)};
+    ZELT_Grid_Prop_Iter it = _pts->GetPropFromName(name);
+    lookup.time_series = !_pts->IsEnd(it) && _pts->IsTSProperty(it);
+  }
+  return _prop_lookups.emplace(name, lookup).first->second;
 }
 
-bool ZELT_Grid_GDF_ParseToGrid::IsTSProp(const char* name) {
-  TOLK_ASSERT(_pts != nullptr, "IsTSProp: no property registry");
-  ZELT_Grid_Prop_Iter it = _pts->GetPropFromName(name);
-  return !_pts->IsEnd(it) && _pts->IsTSProperty(it);
+void ZELT_Grid_GDF_ParseToGrid::ForgetProp(const char* name) {
+  const auto known = _prop_lookups.find(std::string_view(name));
+  if (known != _prop_lookups.end()) _prop_lookups.erase(known);
 }
+
+ZELT_Grid_PropKeyAndType ZELT_Grid_GDF_ParseToGrid::CheckProp(const char* name) { return LookUpProp(name).kt; }
+
+bool ZELT_Grid_GDF_ParseToGrid::IsTSProp(const char* name) { return LookUpProp(name).time_series; }
 
 void ZELT_Grid_GDF_ParseToGrid::AddProp(const char* name, ZELT_Grid_ValueType type, ZELT_PropType proptype) {
   TOLK_ASSERT(_pts != nullptr, "AddProp: no property registry");
+  ForgetProp(name);
   const bool registered = _pts->RegisterProp(name, static_cast<int>(type), proptype);
   TOLK_ASSERT2(registered, "AddProp: the registry refused the property", name);
 }
@@ -144,6 +157,7 @@ int ZELT_Grid_GDF_ParseToGrid::FindOrCreateSpecialProp(const char* propname, ZEL
   TOLK_ASSERT(_pts != nullptr, "FindOrCreateSpecialProp: no property registry");
   std::string composite = propname;
   composite.append(";").append(BuilderTypeName(datatype));
+  ForgetProp(composite.c_str());
   return _pts->RegisterSpecialProp(composite, static_cast<int>(datatype));
 }
 
