@@ -33,7 +33,7 @@ struct ParserState {
   Text curr_section;  // lent to the builder while its section is read
   Text curr_tag;      // of a condstate block
   ZELT_Grid_HEntity curr_hent;
-  ZELT_Grid_PropKeyAndType curr_prop{-1, ZELT_Grid_ValueType(gdf_kNone)};
+  ZELT_Grid_PropKeyAndType curr_prop{-1, ZELT_Grid_ValueType::none};
   PropAction curr_propaction = GDF_PROP_ADD;
   int warnings = 0;
   char msg[133] = {};
@@ -108,7 +108,7 @@ bool Check(bool ok, const char* message) { return ok || Fail(message); }
 
 bool InPropertySet() { return S.curr_propaction == GDF_PROPSET_ADD; }
 
-int CurrentType() { return static_cast<int>(S.curr_prop.type); }
+ZELT_Grid_ValueType CurrentType() { return S.curr_prop.type; }
 
 // Prints a coercion's warning or error, which names the property's type.
 bool Report(const gdf_Verdict& verdict) {
@@ -158,7 +158,7 @@ int Count(size_t size) { return static_cast<int>(size); }
 
 // ---- Properties ----
 
-ZELT_Grid_PropKeyAndType ValueKey() { return {S.curr_prop.key, ZELT_Grid_ValueType(S.value.type)}; }
+ZELT_Grid_PropKeyAndType ValueKey() { return {S.curr_prop.key, S.value.type}; }
 
 // The property must not be on the statement's target yet.
 bool CheckNotOnTarget() {
@@ -378,9 +378,9 @@ bool gdf_check_property_defined(const char* name) {
   return Check(S.curr_prop.key != -1, "ERROR: Property is not defined");
 }
 
-void gdf_add_property(char* name, int type) {
+void gdf_add_property(char* name, ZELT_Grid_ValueType type) {
   Text owned(name);
-  S.gdf->AddProp(name, ZELT_Grid_ValueType(type), ZELT_PropType::STATIC);
+  S.gdf->AddProp(name, type, ZELT_PropType::STATIC);
 }
 
 void gdf_add_ts_property(char* name, int field_type) {
@@ -404,9 +404,9 @@ bool gdf_select_property(char* name) {
   return CheckNotOnTarget();
 }
 
-bool gdf_select_aux_property(char* name, int type) {
+bool gdf_select_aux_property(char* name, ZELT_Grid_ValueType type) {
   Text owned(name);
-  S.curr_prop = {S.gdf->FindOrCreateSpecialProp(name, ZELT_Grid_ValueType(type)), ZELT_Grid_ValueType(type)};
+  S.curr_prop = {S.gdf->FindOrCreateSpecialProp(name, type), type};
   return CheckNotOnTarget();
 }
 

@@ -251,8 +251,9 @@ bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numel
                                              ZELT_Grid_HEntity& hpath) {
   hpath.Reset();
   ZELT_Grid_DefIter scope = FindDef(curr_defname);
+  // No path has more steps than a path can hold.
   if (_pgm->IsEnd(scope) || numelems > tolk_MAXPATHLENGTH) {
-    ReportMissingPath(curr_defname, 0, elems);
+    ReportMissingPath(curr_defname, _pgm->IsEnd(scope) ? 0 : numelems, elems);
     return false;
   }
   ZELT_Grid_EntityIter ent;

@@ -23,15 +23,15 @@ const char* BuilderTypeName(ZELT_Grid_ValueType type) {
   return kNames[code];
 }
 
-bool IsType(ZELT_Grid_PropKeyAndType kt, int code) { return static_cast<int>(kt.type) == code; }
+bool IsType(ZELT_Grid_PropKeyAndType kt, ZELT_Grid_ValueType type) { return kt.type == type; }
 
 // ---- Values from what the parser formed ----
 
 ZELT_Grid_PropData MakeValue(ZELT_Grid_PropKeyAndType kt, long value) {
   ZELT_Grid_PropData data;
-  if (IsType(kt, gdf_kInt32))
+  if (IsType(kt, ZELT_Grid_ValueType::int32))
     data.InitInt32(static_cast<int32_t>(value));
-  else if (IsType(kt, gdf_kInt64))
+  else if (IsType(kt, ZELT_Grid_ValueType::int64))
     data.InitInt64(value);
   else
     TOLK_ASSERT(false, "GDF builder: an integer for a property that is neither int32 nor int64");
@@ -49,11 +49,11 @@ ZELT_Grid_PropData MakeValue(ZELT_Grid_PropKeyAndType, const char* text) {
 
 ZELT_Grid_PropData MakeValue(ZELT_Grid_PropKeyAndType kt, int count, const long* values) {
   ZELT_Grid_PropData data;
-  if (IsType(kt, gdf_kInt32Set)) {
+  if (IsType(kt, ZELT_Grid_ValueType::int32_set)) {
     const std::vector<int32_t> narrowed(values, values + count);
     data.InitInt32Set(narrowed.data(), count);
   } else {
-    TOLK_ASSERT(IsType(kt, gdf_kInt64Set), "GDF builder: integers for a property that is no integer set");
+    TOLK_ASSERT(IsType(kt, ZELT_Grid_ValueType::int64_set), "GDF builder: integers for a property that is no integer set");
     data.InitInt64Set(values, count);
   }
   return data;
@@ -79,33 +79,33 @@ std::vector<T> ParseList(const char* text) {
 
 ZELT_Grid_PropData RebuildValue(int type, const char* text) {
   ZELT_Grid_PropData data;
-  switch (type) {
-    case gdf_kLargeString:
-    case gdf_kSmallString:
+  switch (static_cast<ZELT_Grid_ValueType>(type)) {
+    case ZELT_Grid_ValueType::large_string:
+    case ZELT_Grid_ValueType::small_string:
       data.InitString(text);
       break;
-    case gdf_kInt32Set: {
+    case ZELT_Grid_ValueType::int32_set: {
       const std::vector<int> list = ParseList<int>(text);
       data.InitInt32Set(list.data(), static_cast<int>(list.size()));
       break;
     }
-    case gdf_kInt32:
+    case ZELT_Grid_ValueType::int32:
       data.InitInt32(static_cast<int32_t>(strtol(text, nullptr, 10)));
       break;
-    case gdf_kInt64Set: {
+    case ZELT_Grid_ValueType::int64_set: {
       const std::vector<long> list = ParseList<long>(text);
       data.InitInt64Set(list.data(), static_cast<int>(list.size()));
       break;
     }
-    case gdf_kInt64:
+    case ZELT_Grid_ValueType::int64:
       data.InitInt64(strtoll(text, nullptr, 10));
       break;
-    case gdf_kFloat64Set: {
+    case ZELT_Grid_ValueType::float64_set: {
       const std::vector<double> list = ParseList<double>(text);
       data.InitFloat64Set(list.data(), static_cast<int>(list.size()));
       break;
     }
-    case gdf_kFloat64:
+    case ZELT_Grid_ValueType::float64:
       data.InitFloat64(strtod(text, nullptr));
       break;
     default:
@@ -128,7 +128,7 @@ const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpPr
   if (known != _prop_lookups.end()) return known->second;
   PropLookup lookup{{-1, ZELT_Grid_ValueType::none}, false};
   int key = -1;
-  int type = gdf_kNone;
+  int type = 0;
   if (_pts->GetKeyAndType(name, key, type)) {
     lookup.kt = {key, ZELT_Grid_ValueType(type)};
     ZELT_Grid_Prop_Iter it = _pts->GetPropFromName(name);
