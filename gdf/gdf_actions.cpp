@@ -2,6 +2,7 @@
 #include "gdf/gdf_actions.h"
 
 #include <array>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -141,8 +142,9 @@ const char** BorrowTerminals() {
     if (ref.terminal) {
       S.borrowed.push_back(ref.terminal.get());
     } else {
-      snprintf(S.numbers[i].data(), S.numbers[i].size(), "%lld", static_cast<long long>(ref.number));
-      S.borrowed.push_back(S.numbers[i].data());
+      char* digits = S.numbers[i].data();
+      *std::to_chars(digits, digits + S.numbers[i].size() - 1, ref.number).ptr = '\0';
+      S.borrowed.push_back(digits);
     }
   }
   return S.borrowed.data();

@@ -83,10 +83,10 @@ void ZELT_Grid_GDF_ParseToGrid::ForgetEntityLookup() { _last_entity_valid = fals
 // Two definitions are remembered: an inst statement asks for its parent and its
 // type in turn.
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
-  if (_def_lookups[0].valid && _def_lookups[0].name == name) return _def_lookups[0].def;
+  if (_def_lookups[0].valid && strcmp(_def_lookups[0].name.c_str(), name) == 0) return _def_lookups[0].def;
   std::swap(_def_lookups[0], _def_lookups[1]);
   DefLookup& lookup = _def_lookups[0];
-  if (!lookup.valid || lookup.name != name) {
+  if (!lookup.valid || strcmp(lookup.name.c_str(), name) != 0) {
     lookup.def = _pgm->GetDefFromName(name);
     lookup.name = name;
     lookup.valid = true;
@@ -95,7 +95,7 @@ ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
 }
 
 ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def, const char* name) {
-  if (!_last_entity_valid || _last_entity_def != def || _last_entity_name != name)
+  if (!_last_entity_valid || _last_entity_def != def || strcmp(_last_entity_name.c_str(), name) != 0)
     RememberEntity(def, name, _pgm->GetEntityFromName(def, name));
   return _last_entity;
 }
