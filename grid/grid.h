@@ -232,8 +232,6 @@ class ZELT_Grid {
   ZELT_Grid_Graph* Graph(ZELT_Grid_DefIter def) const { return _pdefs->Value(def); }
 
  private:
-  friend class ZELT_Grid_Test;
-
   ZELT_Grid_DefSlot& Slot(ZELT_Grid_DefIter def) const { return (*_pdefslots)[def]; }
   ZELT_Grid_DefIter AddDefinition(long id, const char* name, DefType type);
   int RemoveDefinition(ZELT_Grid_DefIter def);
