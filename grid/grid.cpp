@@ -98,7 +98,6 @@ ZELT_Grid_DefIter ZELT_Grid::AddDefinition(long id, const char* name, DefType ty
   info._id = id;
   info._type = type;
   info._it = def;
-  Slot(def) = ZELT_Grid_DefSlot();
   AddDefName(def, name);
   _hier.AddScope(g);
   return def;
@@ -116,14 +115,14 @@ ZELT_Grid_DefIter ZELT_Grid::AddElementDef(long id, int numterminals, const long
 
   char text[32];
   FormatId(text, "cn", maxid + 1);
-  ZELT_Grid_EntityIter inner = AddLeaf(def, maxid + 1, text, LeafType_ConnNode);
-  ZELT_Grid_HEntity tail, head;
-  head.AppendStep(ZELT_Grid_HEntityStep(Graph(def), inner));
-  tail.AppendStep(ZELT_Grid_HEntityStep(Graph(def), inner));
+  ZELT_Grid_HEntity inner;
+  inner.AppendStep(ZELT_Grid_HEntityStep(Graph(def), AddLeaf(def, maxid + 1, text, LeafType_ConnNode)));
+  ZELT_Grid_HEntity terminal = inner;
   for (int i = 0; i < numterminals; ++i) {
     FormatId(text, "", termids[i]);
-    tail[0].node = AddLeaf(def, termids[i], text, LeafType_Terminal);
-    ZELT_Grid::AddConnection(tail, head, termids[i]);
+    terminal[0].node = AddLeaf(def, termids[i], text, LeafType_Terminal);
+    // Made with the element, not a change of its own for subclasses to see.
+    ZELT_Grid::AddConnection(terminal, inner, termids[i]);
   }
   return def;
 }

@@ -50,8 +50,8 @@ class ZELT_Grid_ConnectionIter : public tolk_UEdge {
   ZELT_Grid_ConnectionIter(const tolk_list_base_iter& e) : tolk_UEdge(e) {}
 };
 
-// A property: a position in its owner's property set. The owner kind is part
-// of the type so that a handle of one store cannot be handed to another.
+// A property: a position in its owner's property set. The owner kind is a
+// template argument so that a handle of one store cannot be handed to another.
 enum ZELT_Grid_PropOwner { ZELT_Grid_EntityOwned, ZELT_Grid_PathOwned, ZELT_Grid_DefOwned };
 template <ZELT_Grid_PropOwner Owner>
 class ZELT_Grid_PropHandle : public tolk_PropertySetIter {

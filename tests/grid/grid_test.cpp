@@ -34,15 +34,15 @@ TEST(GridEntities, ElementIsAStarWithTheInternalNodeLast) {
 
 TEST(GridEntities, CircuitPutsTerminalsFrontAndTheRestInOrder) {
   ZELT_Grid gm;
-  ZELT_Grid_DefIter part = gm.AddCircuitDef(2, "Part");
+  ZELT_Grid_DefIter sub = gm.AddCircuitDef(2, "Sub");
   ZELT_Grid_DefIter ckt = gm.AddCircuitDef(1, "Feeder");
   ZELT_Grid_EntityIter a = gm.AddConnNode(ckt, 10, "A");
   ZELT_Grid_EntityIter t1 = gm.AddTerminal(ckt, 11, "T1");
-  ZELT_Grid_EntityIter inst = gm.AddInstance(ckt, part, 12, "I");
+  ZELT_Grid_EntityIter inst = gm.AddInstance(ckt, sub, 12, "I");
   gm.AddTerminal(ckt, 13, "T2");
   EXPECT_EQ(EntityNames(gm, ckt), (Names{"T2", "T1", "A", "I"}));
   EXPECT_TRUE(gm.IsCircuitInst(ckt, inst));
-  EXPECT_EQ(gm.GetDefinition(ckt, inst), part);
+  EXPECT_EQ(gm.GetDefinition(ckt, inst), sub);
   EXPECT_TRUE(gm.IsEnd(gm.GetDefinition(ckt, a)));
   // Removals refuse entities of the wrong kind.
   EXPECT_EQ(gm.RemoveInst(ckt, t1), 1);

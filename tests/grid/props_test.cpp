@@ -14,11 +14,11 @@ using KeyValues = std::vector<std::pair<int, int>>;
 
 struct Model {
   ZELT_Grid gm;
-  ZELT_Grid_DefIter part = gm.AddCircuitDef(1, "Part");
-  ZELT_Grid_EntityIter pin = gm.AddTerminal(part, 1, "pin");
+  ZELT_Grid_DefIter sub = gm.AddCircuitDef(1, "Sub");
+  ZELT_Grid_EntityIter pin = gm.AddTerminal(sub, 1, "pin");
   ZELT_Grid_DefIter ckt = gm.AddCircuitDef(2, "Feeder");
-  ZELT_Grid_EntityIter p1 = gm.AddInstance(ckt, part, 10, "p1");
-  ZELT_Grid_EntityIter p2 = gm.AddInstance(ckt, part, 11, "p2");
+  ZELT_Grid_EntityIter p1 = gm.AddInstance(ckt, sub, 10, "p1");
+  ZELT_Grid_EntityIter p2 = gm.AddInstance(ckt, sub, 11, "p2");
 };
 
 KeyValues EntityProps(Model& m) {
@@ -29,8 +29,8 @@ KeyValues EntityProps(Model& m) {
 }
 KeyValues DefProps(Model& m) {
   KeyValues out;
-  for (ZELT_Grid_DefPropIter it = m.gm.GetFirstDefProperty(m.part); !m.gm.IsEnd(it); m.gm.NextDefProperty(m.part, it))
-    out.emplace_back(m.gm.GetDefPropertyKey(m.part, it), m.gm.GetDefPropertyValue(m.part, it).QInt32());
+  for (ZELT_Grid_DefPropIter it = m.gm.GetFirstDefProperty(m.sub); !m.gm.IsEnd(it); m.gm.NextDefProperty(m.sub, it))
+    out.emplace_back(m.gm.GetDefPropertyKey(m.sub, it), m.gm.GetDefPropertyValue(m.sub, it).QInt32());
   return out;
 }
 KeyValues HProps(Model& m, const ZELT_Grid_HEntity& h) {
@@ -60,22 +60,22 @@ TEST(GridEntityProps, NewestFirstWithDuplicateKeys) {
 
 TEST(GridDefProps, RemovalTakesOnlyTheEntryAtThePosition) {
   Model m;
-  m.gm.AddDefProperty(m.part, 5, ZELT_Grid_PropData(1));
-  ZELT_Grid_DefPropIter newer = m.gm.AddDefProperty(m.part, 5, ZELT_Grid_PropData(2));
+  m.gm.AddDefProperty(m.sub, 5, ZELT_Grid_PropData(1));
+  ZELT_Grid_DefPropIter newer = m.gm.AddDefProperty(m.sub, 5, ZELT_Grid_PropData(2));
   EXPECT_EQ(DefProps(m), (KeyValues{{5, 2}, {5, 1}}));
-  EXPECT_EQ(m.gm.RemoveDefProperty(m.part, newer), 0);
+  EXPECT_EQ(m.gm.RemoveDefProperty(m.sub, newer), 0);
   EXPECT_EQ(DefProps(m), (KeyValues{{5, 1}}));
-  EXPECT_EQ(m.gm.GetDefPropertyValue(m.part, m.gm.GetDefProperty(m.part, 5)).QInt32(), 1);
+  EXPECT_EQ(m.gm.GetDefPropertyValue(m.sub, m.gm.GetDefProperty(m.sub, 5)).QInt32(), 1);
   EXPECT_EQ(m.gm.RemoveDefProperty(m.ckt, m.gm.GetFirstDefProperty(m.ckt)), 1);
 
   // One asset class per definition; a negative key is no class.
-  EXPECT_EQ(m.gm.AddDefAssetClass(m.part, 4), 0);
-  EXPECT_EQ(m.gm.AddDefAssetClass(m.part, 7), 1);
-  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.part), 4);
-  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.part), 0);
-  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.part), 1);
-  EXPECT_EQ(m.gm.AddDefAssetClass(m.part, -2), 1);
-  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.part), -1);
+  EXPECT_EQ(m.gm.AddDefAssetClass(m.sub, 4), 0);
+  EXPECT_EQ(m.gm.AddDefAssetClass(m.sub, 7), 1);
+  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.sub), 4);
+  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.sub), 0);
+  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.sub), 1);
+  EXPECT_EQ(m.gm.AddDefAssetClass(m.sub, -2), 1);
+  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.sub), -1);
 }
 
 TEST(GridHProps, PathsKeepTheirOwnSetsUntilEmptied) {
@@ -90,7 +90,7 @@ TEST(GridHProps, PathsKeepTheirOwnSetsUntilEmptied) {
   EXPECT_EQ(HProps(m, at2), (KeyValues{{4, 2}}));
   EXPECT_EQ(m.gm.GetHPropValue(at2, m.gm.GetHProperty(at2, 4)).QInt32(), 2);
   // The entity property store is a different one.
-  EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstProperty(m.part, m.pin)));
+  EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstProperty(m.sub, m.pin)));
 
   EXPECT_EQ(m.gm.RemoveHProperty(at1, m.gm.GetFirstHProperty(at1)), 0);
   EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstHProperty(at1)));

@@ -87,6 +87,10 @@ TEST(GridUtilConnections, ConnectionInstancesRoundTrip) {
   EXPECT_EQ(f.gm.GetConnectionID(f.brk, back.GetConn()), 1);
   EXPECT_EQ(ZELT_Grid_ConnInstComparator::ConstCompare(back, inner), 0);
   EXPECT_LT(ZELT_Grid_ConnInstComparator::ConstCompare(atTop, inner), 0);
+  ZELT_Grid_ConnInstAssoc<int> marks(f.gm, 0);
+  marks.SetValue(inner, 4);
+  EXPECT_EQ(marks.GetValue(back), 4);
+  EXPECT_EQ(marks.GetValue(atTop), 0);
 }
 
 }  // namespace
