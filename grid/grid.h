@@ -261,6 +261,7 @@ class ZELT_Grid {
   void RemoveConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn);
   void RemoveConnIdsOf(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   void RemoveConnectionsReaching(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
+  void RemoveConnectionsThrough(ZELT_Grid_Graph* scope, const tolk_UNode& instance, const ZELT_Grid_HEntity& lead);
   void DeleteEntityIndexes(ZELT_Grid_DefSlot& slot);
 
   // Entity property sets.
