@@ -57,16 +57,19 @@ struct ZELT_Grid_DefSlot {
   typedef tolk_TRBTREE<long, ZELT_Grid_EntityIter, ZELT_Grid_LongComparator> ContaineeSet;
   typedef tolk_PATRICIA<ZELT_Grid_EntityIter, ContaineeSet*> ContaineeMap;
 
-  NameIndex* names = nullptr;       // entity name -> entity; keys are own copies
+  NameIndex* names = nullptr;          // entity name -> entity; keys are own copies
   ZELT_Grid_IdIndex* ids = nullptr;    // entity id -> node
   ZELT_Grid_IdIndex* conns = nullptr;  // connection id -> edge link in its tail's list
-  EntityProps* entprops = nullptr;  // entity property sets, one slot per node
+  EntityProps* entprops = nullptr;     // entity property sets, one slot per node
   ContainerMap* containers = nullptr;
   ContaineeMap* containees = nullptr;
   tolk_PropertySet* defprops = nullptr;
   int assetclass = -1;
 };
 
+// A set of circuit and element definitions, each one graph of entities and
+// connections. The model owns every graph, record, name copy and property set
+// in it; callers hold value handles, valid until what they denote is removed.
 class ZELT_Grid {
  public:
   ZELT_Grid();
@@ -79,6 +82,9 @@ class ZELT_Grid {
   // Modification interface. Subclasses that record or persist changes override
   // all of these and call the base versions to change the model; the grid's own
   // removals call the containment operations virtually so they see those too.
+  // Removing an entity also removes the connections of enclosing definitions
+  // that reach it, its place in other entities' support lists and the path
+  // properties of paths through it.
   virtual bool BeginModify();
   virtual void EndModify();
   // An existing id is refused with the end handle.
@@ -232,8 +238,6 @@ class ZELT_Grid {
   ZELT_Grid_Graph* Graph(ZELT_Grid_DefIter def) const { return _pdefs->Value(def); }
 
  private:
-  friend class ZELT_Grid_Test;
-
   ZELT_Grid_DefSlot& Slot(ZELT_Grid_DefIter def) const { return (*_pdefslots)[def]; }
   ZELT_Grid_DefIter AddDefinition(long id, const char* name, DefType type);
   int RemoveDefinition(ZELT_Grid_DefIter def);
@@ -257,6 +261,7 @@ class ZELT_Grid {
   void RemoveConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn);
   void RemoveConnIdsOf(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   void RemoveConnectionsReaching(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
+  void RemoveConnectionsThrough(ZELT_Grid_Graph* scope, const tolk_UNode& instance, const ZELT_Grid_HEntity& lead);
   void DeleteEntityIndexes(ZELT_Grid_DefSlot& slot);
 
   // Entity property sets.
@@ -265,6 +270,8 @@ class ZELT_Grid {
   void ClearPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   void DropEntityPropSets(ZELT_Grid_DefIter def);
   void DeleteHPropSets();
+  // Drops the path properties of paths through node of scope (any node when null).
+  void DropHPropsThrough(const tolk_hgraph_base* scope, const tolk_list_link* node);
 
   // Containment and support bookkeeping.
   void RemoveContainAssoc(ZELT_Grid_DefIter dit, ZELT_Grid_EntityIter ent);
