@@ -400,7 +400,7 @@ bool gdf_select_property(char* name) {
   if (!gdf_check_property_defined(name)) return false;
   // Reserved keys hold the grid's own sections and support lists, and time-series
   // properties take their values from their data sources: neither takes a value here.
-  if (S.curr_prop.key < ZELT_Grid_GDF_ParseToGrid::kFirstUserPropKey)
+  if (S.curr_prop.key < ZELT_NUM_RESERVED_PROPS)
     return Fail("ERROR: Property is reserved for the grid model");
   if (S.gdf->IsTSProp(name)) return Fail("ERROR: Property is a time-series property and takes no value here");
   return CheckNotOnTarget();

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "gdf/gdf_scan.h"
 #include "grid/log.h"
@@ -160,6 +161,8 @@ void ZELT_Grid_GDF_ParseToGrid::AddElem(const char* defname, long nterms) {
   const long id = _keysequence->NewDefID();
   EnsureTermIds(nterms);
   const ZELT_Grid_DefIter def = _pgm->AddElementDef(id, static_cast<int>(nterms), _termids, defname);
+  // Only another source of ids on the same grid could have taken this one.
+  TOLK_ASSERT2(!_pgm->IsEnd(def), "AddElem: the definition id is taken", defname);
   ForgetLookups();
   // The section travels with every element definition.
   ZELT_Grid_PropData section(_curr_section);
@@ -169,6 +172,7 @@ void ZELT_Grid_GDF_ParseToGrid::AddElem(const char* defname, long nterms) {
 void ZELT_Grid_GDF_ParseToGrid::AddCkt(const char* defname, unsigned nterms, const char** termnames) {
   ZELTLOG(stderr, "%s:%d: parsing ckt %s.\n", __FILE_NAME__, __LINE__, defname);
   const ZELT_Grid_DefIter def = _pgm->AddCircuitDef(_keysequence->NewDefID(), defname);
+  TOLK_ASSERT2(!_pgm->IsEnd(def), "AddCkt: the definition id is taken", defname);
   for (unsigned i = 0; i < nterms; ++i) {
     ZELTLOG(stderr, " -- terminal %s\n", termnames[i]);
     _pgm->AddTerminal(def, _keysequence->NewEntityID(), termnames[i]);

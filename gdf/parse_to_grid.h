@@ -34,13 +34,14 @@ class ZELT_FlowRoleRegistry;
 // Drives the GDF tokenizer and parser, answers their existence checks and
 // carries out each statement through the grid's modification operations.
 // Borrows the grid and the registries, which must outlive it; owns its key
-// sequence. Texts passed in are borrowed for the length of a call. One parse
-// at a time per process: the parser's state is module-level.
+// sequence, which numbers from 0, so definitions that other code adds to the
+// same grid must keep clear of its ids. Texts passed in are borrowed for the
+// length of a call. One parse at a time per process: the parser's state is
+// module-level.
 class ZELT_Grid_GDF_ParseToGrid {
  public:
-  // Terminals an element may have, and the first property key that is not reserved.
+  // Terminals an element may have.
   static constexpr long kMaxElementTerminals = 65535;
-  static constexpr int kFirstUserPropKey = 3;
 
   explicit ZELT_Grid_GDF_ParseToGrid(ZELT_Grid& grid);
   ~ZELT_Grid_GDF_ParseToGrid();
