@@ -61,6 +61,9 @@ inline constinit const tolk_list_link tolk_list_base_iter::endLink{EndLink(), En
 // Sizes are counted while known; transfers leave them at -1 until Size() recounts.
 class tolk_list_base {
  public:
+  typedef tolk_list_link LinkBase;
+  typedef tolk_list_base_iter Iter;
+
   mutable tolk_signed size;  // element count, or -1 while it has to be recounted
   tolk_list_link start;      // start.next is the first element; start.last points to start
   tolk_list_link end;        // end.last is the last element; end.next points to end
@@ -106,76 +109,6 @@ class tolk_list_base {
 tolk_list_base_iter& tolk_list_base_iter::First(const tolk_list_base& list) { return *this = list.First(); }
 tolk_list_base_iter& tolk_list_base_iter::Last(const tolk_list_base& list) { return *this = list.Last(); }
 
-// A link carrying one value of type T.
-template <class T>
-struct tolk_LIST_LINK : tolk_list_link {
-  T data;
-  explicit tolk_LIST_LINK(const T& value) : data(value) {}
-};
-
-// Doubly linked list of values of type T. It owns its links and copies values in; pointer values are
-// not released.
-template <class T>
-class tolk_LIST : public tolk_list_base {
- public:
-  typedef tolk_LIST_LINK<T> Link;
-
-  tolk_LIST() = default;
-  tolk_LIST(const tolk_LIST& o) : tolk_list_base() { AppendAll(o); }
-  tolk_LIST& operator=(const tolk_LIST& o) {
-    if (this != &o) {
-      Clear();
-      AppendAll(o);
-    }
-    return *this;
-  }
-  ~tolk_LIST() { Clear(); }
-
-  tolk_list_base_iter Insert(const T& v) { return Placed(new Link(v), &tolk_list_base::RawInsert); }
-  tolk_list_base_iter Append(const T& v) { return Placed(new Link(v), &tolk_list_base::RawAppend); }
-  tolk_list_base_iter InsertBefore(const T& v, tolk_list_base_iter it) {
-    Link* link = new Link(v);
-    RawInsertBefore(link, it);
-    return tolk_list_base_iter(link);
-  }
-  tolk_list_base_iter InsertAfter(const T& v, tolk_list_base_iter it) {
-    Link* link = new Link(v);
-    RawInsertAfter(link, it);
-    return tolk_list_base_iter(link);
-  }
-
-  static T& Value(tolk_list_base_iter it) { return static_cast<Link*>(it.position)->data; }
-
-  // Unlinks and frees the element at it; nothing happens at an end position.
-  void Delete(tolk_list_base_iter it) { delete static_cast<Link*>(RawRemove(it)); }
-  void Clear() {
-    while (!Empty()) Delete(First());
-  }
-
-  void Sort(tolk_list_base_iter& first, tolk_list_base_iter& last, const tolk_Comparator<T>* cmp) {
-    RawSort(first, last, &CompareLinks, cmp);
-  }
-  tolk_list_base_iter Select(tolk_signed k, const tolk_Comparator<T>* cmp) const {
-    return RawSelect(k, &CompareLinks, cmp);
-  }
-  tolk_list_base_iter ComputeMedianOfMedians(const tolk_Comparator<T>* cmp) const {
-    return RawMedianOfMedians(&CompareLinks, cmp);
-  }
-
- private:
-  tolk_list_base_iter Placed(Link* link, void (tolk_list_base::*place)(tolk_list_link*)) {
-    (this->*place)(link);
-    return tolk_list_base_iter(link);
-  }
-  void AppendAll(const tolk_LIST& o) {
-    for (tolk_list_base_iter it = o.First(); !it.End(); it.Next()) Append(Value(it));
-  }
-  static tolk_signed CompareLinks(const tolk_list_link* a, const tolk_list_link* b, const void* cmp) {
-    return static_cast<const tolk_Comparator<T>*>(cmp)->Compare(static_cast<const Link*>(a)->data,
-                                                                 static_cast<const Link*>(b)->data);
-  }
-};
-
 // ---------------------------------------------------------------------------------------------------------
 // Head-only list with one terminator shared by all lists
 // ---------------------------------------------------------------------------------------------------------
@@ -218,6 +151,9 @@ typedef tolk_slist_base_iter tolk_SLIST_ELEM;
 // Untyped head-only list over caller-made links; it never allocates or frees a link and keeps no count.
 class tolk_slist_base {
  public:
+  typedef tolk_slist_link LinkBase;
+  typedef tolk_slist_base_iter Iter;
+
   // The terminator of every list of this kind: an empty list's start, the first element's last and the
   // last element's next. It points to itself and is read-only.
   static const tolk_slist_link nullNode;
@@ -259,70 +195,108 @@ tolk_slist_base_iter& tolk_slist_base_iter::First(const tolk_slist_base& list) {
 bool tolk_slist_base_iter::End() const { return position == &tolk_slist_base::nullNode; }
 void tolk_slist_base_iter::MakeEnd() { position = tolk_slist_base::Terminator(); }
 
-template <class T>
-struct tolk_SLIST_LINK : tolk_slist_link {
+// ---------------------------------------------------------------------------------------------------------
+// Typed lists
+// ---------------------------------------------------------------------------------------------------------
+
+// A link carrying one value of type T.
+template <class LinkBase, class T>
+struct tolk_ValueLink : LinkBase {
   T data;
-  explicit tolk_SLIST_LINK(const T& value) : data(value) {}
+  explicit tolk_ValueLink(const T& value) : data(value) {}
 };
 
-// Head-only list of values of type T. It owns its links and copies values in; pointer values are not
-// released.
 template <class T>
-class tolk_SLIST : public tolk_slist_base {
- public:
-  typedef tolk_SLIST_LINK<T> Link;
+using tolk_LIST_LINK = tolk_ValueLink<tolk_list_link, T>;
+template <class T>
+using tolk_SLIST_LINK = tolk_ValueLink<tolk_slist_link, T>;
 
-  tolk_SLIST() = default;
-  tolk_SLIST(const tolk_SLIST& o) : tolk_slist_base() { CopyFrom(o); }
-  tolk_SLIST& operator=(const tolk_SLIST& o) {
+// The owning layer over either untyped list: it makes, copies and frees the links. Values are copied in;
+// pointer values are not released.
+template <class Base, class T>
+class tolk_OwningList : public Base {
+ public:
+  typedef typename Base::Iter Iter;
+  typedef typename Base::LinkBase LinkBase;
+  typedef tolk_ValueLink<LinkBase, T> Link;
+
+  tolk_OwningList() = default;
+  tolk_OwningList(const tolk_OwningList& o) : Base() { CopyFrom(o); }
+  tolk_OwningList& operator=(const tolk_OwningList& o) {
     if (this != &o) {
       Clear();
       CopyFrom(o);
     }
     return *this;
   }
-  ~tolk_SLIST() { Clear(); }
+  ~tolk_OwningList() { Clear(); }
 
-  tolk_slist_base_iter Insert(const T& v) {
+  Iter Insert(const T& v) {
     Link* link = new Link(v);
-    RawInsert(link);
-    return tolk_slist_base_iter(link);
+    this->RawInsert(link);
+    return Iter(link);
   }
-  tolk_slist_base_iter InsertBefore(const T& v, tolk_slist_base_iter it) {
+  Iter InsertBefore(const T& v, Iter it) {
     Link* link = new Link(v);
-    RawInsertBefore(link, it);
-    return tolk_slist_base_iter(link);
+    this->RawInsertBefore(link, it);
+    return Iter(link);
   }
-  tolk_slist_base_iter InsertAfter(const T& v, tolk_slist_base_iter it) {
+  Iter InsertAfter(const T& v, Iter it) {
     Link* link = new Link(v);
-    RawInsertAfter(link, it);
-    return tolk_slist_base_iter(link);
+    this->RawInsertAfter(link, it);
+    return Iter(link);
   }
 
-  static T& Value(tolk_slist_base_iter it) { return static_cast<Link*>(it.position)->data; }
+  static T& Value(Iter it) { return static_cast<Link*>(it.position)->data; }
 
-  // Unlinks and frees the element at it; nothing happens at the end position.
-  void Delete(tolk_slist_base_iter it) { delete static_cast<Link*>(RawRemove(it)); }
+  // Unlinks and frees the element at it; nothing happens at an end position.
+  void Delete(Iter it) { delete static_cast<Link*>(this->RawRemove(it)); }
   void Clear() {
-    while (!Empty()) Delete(First());
+    while (!this->Empty()) Delete(this->First());
   }
 
-  void Sort(const tolk_Comparator<T>* cmp) { RawSort(&CompareLinks, cmp); }
-
- private:
-  void CopyFrom(const tolk_SLIST& o) {
-    tolk_slist_base_iter tail;
-    for (tolk_slist_base_iter it = o.First(); !it.End(); it.Next()) {
-      Link* link = new Link(Value(it));
-      if (tail.End())
-        RawInsert(link);
-      else
-        RawInsertAfter(link, tail);
-      tail = tolk_slist_base_iter(link);
-    }
-  }
-  static tolk_signed CompareLinks(const tolk_slist_link* a, const tolk_slist_link* b, const void* cmp) {
+ protected:
+  // Orders two links by their values through the tolk_Comparator<T> passed as ctx.
+  static tolk_signed CompareLinks(const LinkBase* a, const LinkBase* b, const void* cmp) {
     return static_cast<const tolk_Comparator<T>*>(cmp)->Compare(static_cast<const Link*>(a)->data,
                                                                  static_cast<const Link*>(b)->data);
   }
+
+ private:
+  void CopyFrom(const tolk_OwningList& o) {
+    Iter tail;  // the end position: the first copy goes to the front
+    for (Iter it = o.First(); !it.End(); it.Next()) tail = InsertAfter(Value(it), tail);
+  }
+};
+
+// Doubly linked list of values of type T; owns its links.
+template <class T>
+class tolk_LIST : public tolk_OwningList<tolk_list_base, T> {
+ public:
+  typedef tolk_OwningList<tolk_list_base, T> Owning;
+
+  tolk_list_base_iter Append(const T& v) {
+    typename Owning::Link* link = new typename Owning::Link(v);
+    this->RawAppend(link);
+    return tolk_list_base_iter(link);
+  }
+
+  void Sort(tolk_list_base_iter& first, tolk_list_base_iter& last, const tolk_Comparator<T>* cmp) {
+    this->RawSort(first, last, &Owning::CompareLinks, cmp);
+  }
+  tolk_list_base_iter Select(tolk_signed k, const tolk_Comparator<T>* cmp) const {
+    return this->RawSelect(k, &Owning::CompareLinks, cmp);
+  }
+  tolk_list_base_iter ComputeMedianOfMedians(const tolk_Comparator<T>* cmp) const {
+    return this->RawMedianOfMedians(&Owning::CompareLinks, cmp);
+  }
+};
+
+// Head-only list of values of type T; owns its links. Insert puts the new element first.
+template <class T>
+class tolk_SLIST : public tolk_OwningList<tolk_slist_base, T> {
+ public:
+  typedef tolk_OwningList<tolk_slist_base, T> Owning;
+
+  void Sort(const tolk_Comparator<T>* cmp) { this->RawSort(&Owning::CompareLinks, cmp); }
 };

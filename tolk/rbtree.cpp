@@ -188,6 +188,11 @@ class RedBlack {
 };
 
 typedef RedBlack<tolk_RBTree_base, tolk_RBNode> VirtualFamily;
+
+// The probe against one node, through the tree's virtual Compare.
+auto Against(const tolk_RBTree_base& tree, tolk_RBNode* probe) {
+  return [&tree, probe](tolk_RBNode* n) { return tree.Compare(probe, n); };
+}
 typedef RedBlack<tolk_TRBTree_base, tolk_TRBNode> TemplateFamily;
 
 }  // namespace
@@ -205,34 +210,26 @@ void tolk_RBTree_base::Hang(tolk_RBNode* node, tolk_RBNode* parent, bool left) {
 }
 
 tolk_RBNode* tolk_RBTree_base::Insert(tolk_RBNode* node) {
-  tolk_RBNode* parent;
-  bool left;
-  auto cmp = [this, node](tolk_RBNode* n) { return Compare(node, n); };
-  tolk_RBNode* found = tolk_rbdescent::FindSlot<false>(root, Nil(), cmp, parent, left);
-  if (!found) Hang(node, parent, left);
-  return found;
+  tolk_rbdescent::Slot<tolk_RBNode> at = tolk_rbdescent::FindSlot<false>(root, Nil(), Against(*this, node));
+  if (!at.equal) Hang(node, at.parent, at.left);
+  return at.equal;
 }
 
 void tolk_RBTree_base::InsertMulti(tolk_RBNode* node) {
-  tolk_RBNode* parent;
-  bool left;
-  auto cmp = [this, node](tolk_RBNode* n) { return Compare(node, n); };
-  tolk_rbdescent::FindSlot<true>(root, Nil(), cmp, parent, left);
-  Hang(node, parent, left);
+  tolk_rbdescent::Slot<tolk_RBNode> at = tolk_rbdescent::FindSlot<true>(root, Nil(), Against(*this, node));
+  Hang(node, at.parent, at.left);
 }
 
 tolk_RBNode* tolk_RBTree_base::Search(tolk_RBNode* probe) const {
-  return tolk_rbdescent::FindEqual(root, Nil(), [this, probe](tolk_RBNode* n) { return Compare(probe, n); });
+  return tolk_rbdescent::FindEqual(root, Nil(), Against(*this, probe));
 }
 
 tolk_RBNode* tolk_RBTree_base::PredSearch(tolk_RBNode* probe) const {
-  return tolk_rbdescent::FindNeighbour<true>(root, Nil(),
-                                             [this, probe](tolk_RBNode* n) { return Compare(probe, n); });
+  return tolk_rbdescent::FindNeighbour<true>(root, Nil(), Against(*this, probe));
 }
 
 tolk_RBNode* tolk_RBTree_base::SuccSearch(tolk_RBNode* probe) const {
-  return tolk_rbdescent::FindNeighbour<false>(root, Nil(),
-                                              [this, probe](tolk_RBNode* n) { return Compare(probe, n); });
+  return tolk_rbdescent::FindNeighbour<false>(root, Nil(), Against(*this, probe));
 }
 
 tolk_RBNode* tolk_RBTree_base::Remove(tolk_RBNode* probe) {

@@ -142,21 +142,30 @@ Node* FindNeighbour(Node* n, const Node* nil, F cmp) {
   return candidate;
 }
 
-// Finds the empty child slot for a new node: its parent (null for an empty tree) and side. Without Multi
-// an equal node stops the descent and is returned. With Multi equal keys go left, so the new node comes
-// before every equal one.
+// Where a new node goes: the empty child slot of parent (null for an empty tree) on the given side. Without
+// Multi an equal node stops the descent and is answered in equal; with Multi equal keys go left, so the
+// new node comes before every equal one.
+template <class Node>
+struct Slot {
+  Node* equal = nullptr;
+  Node* parent = nullptr;
+  bool left = true;
+};
+
 template <bool Multi, class Node, class F>
-Node* FindSlot(Node* n, const Node* nil, F cmp, Node*& parent, bool& left) {
-  parent = nullptr;
-  left = true;
+Slot<Node> FindSlot(Node* n, const Node* nil, F cmp) {
+  Slot<Node> slot;
   while (n != nil) {
     tolk_signed c = cmp(n);
-    if (!Multi && c == 0) return n;
-    parent = n;
-    left = Multi ? c <= 0 : c < 0;
-    n = left ? n->left : n->right;
+    if (!Multi && c == 0) {
+      slot.equal = n;
+      return slot;
+    }
+    slot.parent = n;
+    slot.left = Multi ? c <= 0 : c < 0;
+    n = slot.left ? n->left : n->right;
   }
-  return nullptr;
+  return slot;
 }
 
 }  // namespace tolk_rbdescent
@@ -259,20 +268,15 @@ class tolk_RBTypedTree : public Base {
 
   // Null when a new entry was made, else the value already stored under an equal key.
   V* Insert(const K& k, const V& v) {
-    NodeBase* parent;
-    bool left;
-    NodeBase* found = tolk_rbdescent::FindSlot<false>(this->root, Base::Nil(), ByKey(k), parent, left);
-    if (found) return &AsNode(found)->data;
-    Hook(new Node(k, v), parent, left);
+    Slot at = Locate<false>(k);
+    if (at.equal) return &AsNode(at.equal)->data;
+    Hook(new Node(k, v), at);
     return nullptr;
   }
   // Always adds; iteration yields equal keys newest first.
   Iter InsertMulti(const K& k, const V& v) {
-    NodeBase* parent;
-    bool left;
-    tolk_rbdescent::FindSlot<true>(this->root, Base::Nil(), ByKey(k), parent, left);
     Node* node = new Node(k, v);
-    Hook(node, parent, left);
+    InsertMulti(node);
     return Iter(node);
   }
 
@@ -304,26 +308,15 @@ class tolk_RBTypedTree : public Base {
 
   // Operations on caller-made nodes; nodes handed back are the caller's to delete.
   Node* Insert(Node* node) {
-    NodeBase* parent;
-    bool left;
-    NodeBase* found = tolk_rbdescent::FindSlot<false>(this->root, Base::Nil(), ByKey(node->key), parent, left);
-    if (found) return AsNode(found);
-    Hook(node, parent, left);
+    Slot at = Locate<false>(node->key);
+    if (at.equal) return AsNode(at.equal);
+    Hook(node, at);
     return nullptr;
   }
-  void InsertMulti(Node* node) {
-    NodeBase* parent;
-    bool left;
-    tolk_rbdescent::FindSlot<true>(this->root, Base::Nil(), ByKey(node->key), parent, left);
-    Hook(node, parent, left);
-  }
+  void InsertMulti(Node* node) { Hook(node, Locate<true>(node->key)); }
   Node* Search(Node* probe) const { return AsNode(FindEqual(probe->key)); }
-  Node* PredSearch(Node* probe) const {
-    return AsNode(tolk_rbdescent::FindNeighbour<true>(this->root, Base::Nil(), ByKey(probe->key)));
-  }
-  Node* SuccSearch(Node* probe) const {
-    return AsNode(tolk_rbdescent::FindNeighbour<false>(this->root, Base::Nil(), ByKey(probe->key)));
-  }
+  Node* PredSearch(Node* probe) const { return AsNode(ElemSearchPred(probe->key).pos); }
+  Node* SuccSearch(Node* probe) const { return AsNode(ElemSearchSucc(probe->key).pos); }
   Node* Remove(Node* probe) {
     NodeBase* n = FindEqual(probe->key);
     return n ? RawRemove(n) : nullptr;
@@ -337,18 +330,26 @@ class tolk_RBTypedTree : public Base {
   static Node* POS(Iter it) { return AsNode(it.pos); }
 
  private:
+  typedef tolk_rbdescent::Slot<NodeBase> Slot;
+
   static Node* AsNode(NodeBase* n) { return static_cast<Node*>(n); }
   auto ByKey(const K& k) const {
     return [this, &k](NodeBase* n) { return cmp->Compare(k, AsNode(n)->key); };
   }
   NodeBase* FindEqual(const K& k) const { return tolk_rbdescent::FindEqual(this->root, Base::Nil(), ByKey(k)); }
-  void Hook(Node* node, NodeBase* parent, bool left) {
-    this->Hang(node, parent, left);
+  template <bool Multi>
+  Slot Locate(const K& k) const {
+    return tolk_rbdescent::FindSlot<Multi>(this->root, Base::Nil(), ByKey(k));
+  }
+  void Hook(Node* node, const Slot& at) {
+    this->Hang(node, at.parent, at.left);
     this->Added(node);
   }
 };
 
-// Map with a virtual comparison: Compare forwards the nodes' keys to a tolk_Comparator<K> (not owned).
+// Map with a virtual comparison: Compare forwards the nodes' keys to a tolk_Comparator<K> (not owned). The
+// keyed operations ask the comparator directly, with the same answers; Compare serves the base's
+// operations on untyped nodes.
 template <class K, class V>
 class tolk_RBTREE
     : public tolk_RBTypedTree<tolk_RBTree_base, K, V, tolk_RBNODE<K, V>, tolk_RBTreeIter, tolk_Comparator<K>> {

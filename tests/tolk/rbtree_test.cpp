@@ -6,7 +6,6 @@
 
 #include <map>
 #include <random>
-#include <string>
 #include <vector>
 
 namespace {
@@ -287,16 +286,4 @@ TEST(RBTreeBaseTest, NodeOperationsOnCallerNodes) {
   EXPECT_EQ(base.Remove(&dup), &a);
   EXPECT_EQ(base.Remove(tolk_RBTreeIter(&b)), &b);
   EXPECT_TRUE(t.Empty());
-}
-
-TEST(RBTreeBaseTest, StringKeysWithTheStringComparator) {
-  const ZELT_Grid_StringComparator strCmp;
-  tolk_TRBTREE<const char*, std::string, ZELT_Grid_StringComparator> t(&strCmp);
-  const char* names[] = {"pole", "breaker", "fuse", "switch", "bus"};
-  for (const char* n : names) t.Insert(n, std::string(n) + "!");
-  std::string joined;
-  for (auto it = t.First(); !it.End(); it.Next()) joined += t.Value(it);
-  EXPECT_EQ(joined, "breaker!bus!fuse!pole!switch!");
-  char probe[] = "fuse";  // found by content, not by address
-  EXPECT_EQ(*t.Search(probe), "fuse!");
 }

@@ -1,0 +1,358 @@
+// ZELT_Grid: construction, definitions, entities, their indexes and destruction.
+#include "grid/grid.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+char* CopyName(const char* name) { return strdup(name); }
+
+// Decimal text of an id, for the names of element terminals and internal nodes.
+void FormatId(char (&buf)[32], const char* prefix, long id) { snprintf(buf, sizeof buf, "%s%ld", prefix, id); }
+
+}  // namespace
+
+ZELT_Grid::ZELT_Grid()
+    : _pdefs(new ZELT_Grid_DefTable(&_lc)),
+      _modifiable(true),
+      _pdefname2it(new tolk_TRBTREE<const char*, ZELT_Grid_DefIter, ZELT_Grid_StringComparator>(&_scomp)),
+      _pdefslots(new tolk_TASSOC<ZELT_Grid_DefSlot, ZELT_Grid_DefTable, ZELT_Grid_DefTableIter>(*_pdefs)),
+      _iprops(*this, nullptr),
+      _containseq(0) {}
+
+// Tears the model down wholesale rather than entity by entity: nothing can
+// observe the intermediate states, and the hierarchy destroys the graphs.
+ZELT_Grid::~ZELT_Grid() {
+  DeleteHPropSets();
+  for (ZELT_Grid_DefIter def = GetFirstDef(); !IsEnd(def); NextDef(def)) {
+    DropEntityPropSets(def);
+    DropDefinitionData(def);
+  }
+  delete _pdefslots;
+  while (!_pdefname2it->Empty()) {
+    auto first = _pdefname2it->First();
+    char* key = const_cast<char*>(_pdefname2it->Key(first));
+    _pdefname2it->Delete(first);
+    free(key);
+  }
+  delete _pdefname2it;
+  delete _pdefs;
+}
+
+bool ZELT_Grid::BeginModify() {
+  if (!_modifiable) return false;
+  _modifiable = false;
+  return true;
+}
+
+void ZELT_Grid::EndModify() { _modifiable = true; }
+
+// ---------------------------------------------------------------------------
+// Definitions
+// ---------------------------------------------------------------------------
+
+ZELT_Grid_DefIter ZELT_Grid::AddDefinition(long id, const char* name, DefType type) {
+  ZELT_Grid_Graph* g = new ZELT_Grid_Graph();
+  if (_pdefs->Insert(id, g) != nullptr) {
+    delete g;
+    return ZELT_Grid_DefIter();
+  }
+  ZELT_Grid_DefIter def = _pdefs->ElemSearch(id);
+  ZELT_Grid_GraphData& info = g->Info();
+  info._id = id;
+  info._type = type;
+  info._it = def;
+  Slot(def) = ZELT_Grid_DefSlot();
+  AddDefName(def, name);
+  _hier.AddScope(g);
+  return def;
+}
+
+ZELT_Grid_DefIter ZELT_Grid::AddCircuitDef(long id, const char* name) {
+  return AddDefinition(id, name, DefType_Circuit);
+}
+
+ZELT_Grid_DefIter ZELT_Grid::AddElementDef(long id, int numterminals, const long* termids, const char* name) {
+  ZELT_Grid_DefIter def = AddDefinition(id, name, DefType_Element);
+  if (IsEnd(def)) return def;
+  long maxid = 0;
+  for (int i = 0; i < numterminals; ++i) maxid = termids[i] > maxid ? termids[i] : maxid;
+
+  char text[32];
+  FormatId(text, "cn", maxid + 1);
+  ZELT_Grid_EntityIter inner = AddLeaf(def, maxid + 1, text, LeafType_ConnNode);
+  ZELT_Grid_HEntity tail, head;
+  head.AppendStep(ZELT_Grid_HEntityStep(Graph(def), inner));
+  tail.AppendStep(ZELT_Grid_HEntityStep(Graph(def), inner));
+  for (int i = 0; i < numterminals; ++i) {
+    FormatId(text, "", termids[i]);
+    tail[0].node = AddLeaf(def, termids[i], text, LeafType_Terminal);
+    ZELT_Grid::AddConnection(tail, head, termids[i]);
+  }
+  return def;
+}
+
+int ZELT_Grid::RemoveCircuitDef(ZELT_Grid_DefIter def) { return RemoveDefinition(def); }
+int ZELT_Grid::RemoveElementDef(ZELT_Grid_DefIter def) { return RemoveDefinition(def); }
+
+// A definition that is still instantiated would take instance nodes of other
+// definitions with it behind their indexes' backs, so it is refused.
+int ZELT_Grid::RemoveDefinition(ZELT_Grid_DefIter def) {
+  ZELT_Grid_Graph* g = Graph(def);
+  if (!IsPrime(g)) return 1;
+  DropEntityPropSets(def);
+  RemoveContainAssocInDef(def);
+  DropDefinitionData(def);
+  int result = _hier.DeleteScope(g);
+  _pdefs->Delete(def);
+  return result;
+}
+
+// Releases everything the grid keeps for a definition outside its graph and
+// leaves the definition's slot empty for whichever definition takes it next.
+void ZELT_Grid::DropDefinitionData(ZELT_Grid_DefIter def) {
+  ZELT_Grid_DefSlot& slot = Slot(def);
+  delete slot.defprops;
+  DeleteContainmentMaps(def);
+  RemoveDefName(def);
+  for (ZELT_Grid_EntityIter ent = GetFirstEntity(def); !IsEnd(ent); NextEntity(def, ent)) {
+    char*& name = EntityNameSlot(def, ent);
+    free(name);
+    name = nullptr;
+  }
+  DeleteEntityIndexes(slot);
+  slot = ZELT_Grid_DefSlot();
+}
+
+void ZELT_Grid::DeleteEntityIndexes(ZELT_Grid_DefSlot& slot) {
+  if (slot.names) {
+    while (!slot.names->Empty()) {
+      auto first = slot.names->First();
+      char* key = const_cast<char*>(slot.names->Key(first));
+      slot.names->Delete(first);
+      free(key);
+    }
+    delete slot.names;
+  }
+  delete slot.ids;
+  delete slot.conns;
+}
+
+bool ZELT_Grid::IsPrime(ZELT_Grid_Graph* g) const { return g->NumOfReps() == 0; }
+
+tolk_signed ZELT_Grid_PrimeOrder::Compare(void* const& a, void* const& b) const {
+  const ZELT_Grid_GraphData& x = static_cast<ZELT_Grid_Graph*>(a)->Info();
+  const ZELT_Grid_GraphData& y = static_cast<ZELT_Grid_Graph*>(b)->Info();
+  if (x._type != y._type) return x._type == DefType_Circuit ? -1 : 1;
+  return x._id < y._id ? -1 : (x._id > y._id ? 1 : 0);
+}
+
+ZELT_Grid_DefIter ZELT_Grid::GetPrimeCircuitDef() const {
+  tolk_RBTreeIter first = _hier.GetPrimes().First();
+  if (first.End()) return ZELT_Grid_DefIter();
+  return _hier.GetPrimes().Value(first)->Info()._it;
+}
+
+std::vector<ZELT_Grid_DefIter> ZELT_Grid::GetAllPrimeCircuitDefs() const {
+  std::vector<ZELT_Grid_DefIter> primes;
+  const Grid_Hierarchy::GraphSet& set = _hier.GetPrimes();
+  for (tolk_RBTreeIter it = set.First(); !it.End(); it.Next()) primes.push_back(set.Value(it)->Info()._it);
+  return primes;
+}
+
+ZELT_Grid_DefIter ZELT_Grid::GetDefFromName(const char* name) const {
+  if (!IsNontrivial(name)) return ZELT_Grid_DefIter();
+  const ZELT_Grid_DefIter* def = _pdefname2it->Search(name);
+  return def ? *def : ZELT_Grid_DefIter();
+}
+
+ZELT_Grid_DefIter ZELT_Grid::GetDefFromId(long id) const { return _pdefs->ElemSearch(id); }
+
+// The index keeps its own copy of the first name it saw for a key and points it
+// at the newest definition of that name.
+void ZELT_Grid::AddDefName(ZELT_Grid_DefIter def, const char* name) {
+  if (!IsNontrivial(name)) return;
+  Graph(def)->Info()._pname = CopyName(name);
+  if (ZELT_Grid_DefIter* stored = _pdefname2it->Search(name))
+    *stored = def;
+  else
+    _pdefname2it->Insert(CopyName(name), def);
+}
+
+void ZELT_Grid::RemoveDefName(ZELT_Grid_DefIter def) {
+  char*& name = Graph(def)->Info()._pname;
+  if (!name) return;
+  auto entry = _pdefname2it->ElemSearch(name);
+  if (!entry.End() && _pdefname2it->Value(entry) == def) {
+    char* key = const_cast<char*>(_pdefname2it->Key(entry));
+    _pdefname2it->Delete(entry);
+    free(key);
+  }
+  free(name);
+  name = nullptr;
+}
+
+// ---------------------------------------------------------------------------
+// Entities
+// ---------------------------------------------------------------------------
+
+ZELT_Grid_EntityIter ZELT_Grid::AddLeaf(ZELT_Grid_DefIter def, long id, const char* name, LeafType type) {
+  ZELT_Grid_LeafData leaf;
+  leaf._id = id;
+  leaf._type = type;
+  // Terminals go to the front so that walks meet the newest terminal first.
+  ZELT_Grid_EntityIter ent = _hier.AddLeafNode(Graph(def), leaf, type == LeafType_Terminal);
+  AddEntityName(def, ent, name);
+  AddEntityId(def, ent, id);
+  return ent;
+}
+
+ZELT_Grid_EntityIter ZELT_Grid::AddConnNode(ZELT_Grid_DefIter def, long id, const char* name) {
+  if (IsElementDef(def)) return ZELT_Grid_EntityIter();
+  return AddLeaf(def, id, name, LeafType_ConnNode);
+}
+
+ZELT_Grid_EntityIter ZELT_Grid::AddTerminal(ZELT_Grid_DefIter def, long id, const char* name) {
+  if (IsElementDef(def)) return ZELT_Grid_EntityIter();
+  return AddLeaf(def, id, name, LeafType_Terminal);
+}
+
+// An element definition is a closed star, so nothing is placed inside it.
+ZELT_Grid_EntityIter ZELT_Grid::AddInstance(ZELT_Grid_DefIter cit, ZELT_Grid_DefIter dit, long instid,
+                                            const char* name) {
+  if (IsElementDef(cit)) return ZELT_Grid_EntityIter();
+  ZELT_Grid_NodeData data;
+  data._id = instid;
+  ZELT_Grid_EntityIter ent = _hier.AddNode(Graph(cit), data, Graph(dit), false);
+  if (IsEnd(ent)) return ent;
+  AddEntityName(cit, ent, name);
+  AddEntityId(cit, ent, instid);
+  return ent;
+}
+
+int ZELT_Grid::RemoveConnNode(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  if (!IsConnNode(def, ent)) return 1;
+  return RemoveEntity(def, ent);
+}
+
+int ZELT_Grid::RemoveTerminal(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  if (!IsTerminal(def, ent)) return 1;
+  return RemoveEntity(def, ent);
+}
+
+int ZELT_Grid::RemoveInst(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  if (Graph(def)->IsLeaf(ent)) return 1;
+  return RemoveEntity(def, ent);
+}
+
+int ZELT_Grid::RemoveEntity(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  RemoveEntityName(def, ent);
+  RemoveEntityId(def, ent);
+  RemoveConnIdsOf(def, ent);
+  RemoveConnectionsReaching(def, ent);
+  RemoveSupportRelationsOf(def, ent);
+  ClearPropSet(def, ent);
+  RemoveContainerOf(def, ent);
+  RemoveContaineesOf(def, ent);
+  return _hier.DeleteNode(Graph(def), ent);
+}
+
+long ZELT_Grid::GetEntityID(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+  ZELT_Grid_Graph* g = Graph(def);
+  return g->IsLeaf(ent) ? g->LeafValue(ent)._id : g->Value(ent)._id;
+}
+
+const char* ZELT_Grid::GetEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+  return EntityNameSlot(def, ent);
+}
+
+char*& ZELT_Grid::EntityNameSlot(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+  ZELT_Grid_Graph* g = Graph(def);
+  return g->IsLeaf(ent) ? g->LeafValue(ent)._pname : g->Value(ent)._pname;
+}
+
+bool ZELT_Grid::IsLeafOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, LeafType type) const {
+  ZELT_Grid_Graph* g = Graph(def);
+  return g->IsLeaf(ent) && g->LeafValue(ent)._type == type;
+}
+
+bool ZELT_Grid::IsInstanceOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, DefType type) const {
+  ZELT_Grid_Graph* g = Graph(def);
+  return !g->IsLeaf(ent) && g->GetRepGraph(ent)->Info()._type == type;
+}
+
+bool ZELT_Grid::IsCircuitInst(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+  return IsInstanceOfType(def, ent, DefType_Circuit);
+}
+
+bool ZELT_Grid::IsElementInst(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+  return IsInstanceOfType(def, ent, DefType_Element);
+}
+
+ZELT_Grid_DefIter ZELT_Grid::GetDefinition(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+  ZELT_Grid_Graph* g = Graph(def);
+  if (g->IsLeaf(ent)) return ZELT_Grid_DefIter();
+  return g->GetRepGraph(ent)->Info()._it;
+}
+
+ZELT_Grid_EntityIter ZELT_Grid::GetEntityFromName(ZELT_Grid_DefIter def, const char* name) const {
+  ZELT_Grid_DefSlot::NameIndex* names = Slot(def).names;
+  if (!names || !IsNontrivial(name)) return ZELT_Grid_EntityIter();
+  const ZELT_Grid_EntityIter* ent = names->Search(name);
+  return ent ? *ent : ZELT_Grid_EntityIter();
+}
+
+ZELT_Grid_EntityIter ZELT_Grid::GetEntityFromId(ZELT_Grid_DefIter def, long id) const {
+  ZELT_Grid_IdIndex* ids = Slot(def).ids;
+  tolk_list_link* node = ids ? ids->Find(id) : nullptr;
+  return node ? ZELT_Grid_EntityIter(tolk_list_base_iter(node)) : ZELT_Grid_EntityIter();
+}
+
+void ZELT_Grid::InitHEntStep(ZELT_Grid_HEntityStep& step, ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+  step.pscope = Graph(def);
+  step.node = ent;
+}
+
+// Like the definition names: the record owns one copy, the index another, and a
+// repeated name points the index at the newest entity.
+void ZELT_Grid::AddEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, const char* name) {
+  char*& own = EntityNameSlot(def, ent);
+  own = nullptr;
+  if (!IsNontrivial(name)) return;
+  own = CopyName(name);
+  ZELT_Grid_DefSlot& slot = Slot(def);
+  if (!slot.names) slot.names = new ZELT_Grid_DefSlot::NameIndex(&_scomp);
+  if (ZELT_Grid_EntityIter* stored = slot.names->Search(name))
+    *stored = ent;
+  else
+    slot.names->Insert(CopyName(name), ent);
+}
+
+void ZELT_Grid::RemoveEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  char*& name = EntityNameSlot(def, ent);
+  if (!name) return;
+  ZELT_Grid_DefSlot::NameIndex* names = Slot(def).names;
+  auto entry = names->ElemSearch(name);
+  if (!entry.End() && names->Value(entry) == ent) {
+    char* key = const_cast<char*>(names->Key(entry));
+    names->Delete(entry);
+    free(key);
+  }
+  free(name);
+  name = nullptr;
+}
+
+void ZELT_Grid::AddEntityId(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, long id) {
+  ZELT_Grid_DefSlot& slot = Slot(def);
+  if (!slot.ids) slot.ids = new ZELT_Grid_IdIndex();
+  slot.ids->Set(id, ent.position);
+}
+
+// Only while the entry still names ent: a newer entity with the same id keeps it.
+void ZELT_Grid::RemoveEntityId(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  ZELT_Grid_IdIndex* ids = Slot(def).ids;
+  long id = GetEntityID(def, ent);
+  if (ids && ids->Find(id) == ent.position) ids->Erase(id);
+}

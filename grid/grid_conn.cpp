@@ -1,0 +1,180 @@
+// ZELT_Grid: connections, their id index, their ends and the flattened walk.
+#include "grid/grid.h"
+
+ZELT_Grid_ConnectionIter ZELT_Grid::AddConnection(const ZELT_Grid_HEntity& I1, const ZELT_Grid_HEntity& I2,
+                                                  long id) {
+  ZELT_Grid_DefIter def = GetDefIt(I1[0]);
+  ZELT_Grid_EdgeData data;
+  data._id = id;
+  Graph(def)->EdgeInsert(data, I1, I2);
+  // The new edge heads the tail's incidence list.
+  ZELT_Grid_ConnectionIter conn = tolk_UEdge::First(I1[0].node);
+  AddConnId(def, conn, id);
+  return conn;
+}
+
+int ZELT_Grid::RemoveConnection(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) {
+  RemoveConnId(def, conn);
+  Graph(def)->EdgeDelete(conn);
+  return 0;
+}
+
+long ZELT_Grid::GetConnectionID(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) const {
+  return Graph(def)->Value(conn)._id;
+}
+
+ZELT_Grid_ConnectionIter ZELT_Grid::GetFirstConnection(ZELT_Grid_DefIter, ZELT_Grid_EntityIter ent) const {
+  return tolk_UEdge::First(ent);
+}
+
+ZELT_Grid_ConnectionIter ZELT_Grid::GetConntionFromId(ZELT_Grid_DefIter def, long id) const {
+  ZELT_Grid_IdIndex* conns = Slot(def).conns;
+  tolk_list_link* link = conns ? conns->Find(id) : nullptr;
+  return link ? ZELT_Grid_ConnectionIter(tolk_list_base_iter(link)) : ZELT_Grid_ConnectionIter();
+}
+
+ZELT_Grid_EntityIter ZELT_Grid::Head(ZELT_Grid_DefIter, ZELT_Grid_ConnectionIter conn) const {
+  return ZELT_Grid_Graph::Head(conn);
+}
+
+ZELT_Grid_EntityIter ZELT_Grid::Tail(ZELT_Grid_DefIter, ZELT_Grid_ConnectionIter conn) const {
+  return ZELT_Grid_Graph::Tail(conn);
+}
+
+ZELT_Grid_EntityIter ZELT_Grid::GetConOtherEnd(ZELT_Grid_DefIter, ZELT_Grid_EntityIter ent,
+                                               ZELT_Grid_ConnectionIter conn) const {
+  return ZELT_Grid_Graph::OtherEnd(ent, conn);
+}
+
+ZELT_Grid_HEntity ZELT_Grid::HGetConOtherEnd(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent,
+                                             ZELT_Grid_ConnectionIter conn) const {
+  ZELT_Grid_Graph* g = Graph(def);
+  bool tailIsOther = ZELT_Grid_EntityIter(ZELT_Grid_Graph::Tail(conn)) != ent;
+  return tailIsOther ? g->ITail(conn) : g->IHead(conn);
+}
+
+ZELT_Grid_HEntity ZELT_Grid::HGetConThisEnd(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent,
+                                            ZELT_Grid_ConnectionIter conn) const {
+  ZELT_Grid_Graph* g = Graph(def);
+  bool tailIsOther = ZELT_Grid_EntityIter(ZELT_Grid_Graph::Tail(conn)) != ent;
+  return tailIsOther ? g->IHead(conn) : g->ITail(conn);
+}
+
+// A repeated id points the index at the newest connection.
+void ZELT_Grid::AddConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn, long id) {
+  ZELT_Grid_DefSlot& slot = Slot(def);
+  if (!slot.conns) slot.conns = new ZELT_Grid_IdIndex();
+  slot.conns->Set(id, conn.position);
+}
+
+// Only while the entry still names this connection: an older connection with a
+// repeated id must not take the newer one's entry with it.
+void ZELT_Grid::RemoveConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) {
+  ZELT_Grid_IdIndex* conns = Slot(def).conns;
+  if (!conns) return;
+  long id = GetConnectionID(def, conn);
+  tolk_list_link* stored = conns->Find(id);
+  if (stored && tolk_uedge_base::FromLink(stored) == conn.Edge()) conns->Erase(id);
+}
+
+void ZELT_Grid::RemoveConnIdsOf(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  for (ZELT_Grid_ConnectionIter conn = GetFirstConnection(def, ent); !IsEnd(conn); conn.Next())
+    RemoveConnId(def, conn);
+}
+
+// The path stored at the end of conn that lies at the position's own node.
+static const tolk_instance_base& PathBelow(ZELT_Grid_Graph* g, const ZELT_Grid_ConnectionIter& conn) {
+  return conn.IsBlink() ? g->VHead(conn) : g->VTail(conn);
+}
+
+// Connections of enclosing definitions that reach ent through an instance of
+// its definition would vanish with ent inside the hierarchy; removing them here
+// first keeps those definitions' indexes right and lets subclasses see it.
+void ZELT_Grid::RemoveConnectionsReaching(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  ZELT_Grid_Graph* g = Graph(def);
+  for (tolk_RepIter rep = g->FirstRep(); !rep.End(); rep.Next()) {
+    ZELT_Grid_HEntityStep where = g->GetRepresentativeValue(rep);
+    ZELT_Grid_Graph* scope = ZELT_Grid_ScopeOf(where);
+    ZELT_Grid_DefIter scopedef = scope->Info()._it;
+    ZELT_Grid_ConnectionIter conn = tolk_UEdge::First(where.node);
+    while (!IsEnd(conn)) {
+      ZELT_Grid_ConnectionIter next = conn;
+      next.Next();
+      const tolk_instance_base& below = PathBelow(scope, conn);
+      if (below.GetLength() > 0 && ZELT_Grid_EntityIter(below[0].node) == ent) {
+        // A loop on the instance has its second link next; step past it too.
+        if (!next.End() && next.Edge() == conn.Edge()) next.Next();
+        RemoveConnection(scopedef, conn);
+      }
+      conn = next;
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Flattened walk
+// ---------------------------------------------------------------------------
+
+ZELT_Grid_VFConnectionIter ZELT_Grid::GetFirstVFConnection(const ZELT_Grid_HEntity& leaf) const {
+  ZELT_Grid_VFConnectionIter it;
+  int length = leaf.GetLength();
+  if (length == 0) return it;
+  ZELT_Grid_HEntityStep last = leaf[length - 1];
+  it._pscope = ZELT_Grid_ScopeOf(last);
+  it._edge = tolk_UEdge::First(last.node);
+  if (!it._edge.End()) return it;
+  StartVirtualEdges(leaf, it);
+  return it;
+}
+
+void ZELT_Grid::NextVFConnection(const ZELT_Grid_HEntity& leaf, ZELT_Grid_VFConnectionIter& it) const {
+  it._edge.Next();
+  if (!it._virtual) {
+    if (!it._edge.End()) return;
+    StartVirtualEdges(leaf, it);
+    return;
+  }
+  SeekVirtualEdge(leaf, it);
+}
+
+// Moves to the edges of the instance that holds the leaf, one level up.
+void ZELT_Grid::StartVirtualEdges(const ZELT_Grid_HEntity& leaf, ZELT_Grid_VFConnectionIter& it) const {
+  int length = leaf.GetLength();
+  if (length < 2) {
+    SetEnd(it);
+    return;
+  }
+  ZELT_Grid_HEntityStep holder = leaf[length - 2];
+  it._pscope = ZELT_Grid_ScopeOf(holder);
+  it._edge = tolk_UEdge::First(holder.node);
+  it._virtual = true;
+  SeekVirtualEdge(leaf, it);
+}
+
+// Stops at the first edge, from the current one on, whose stored path below the
+// instance leads along leaf; a shorter path that agrees so far counts as a match.
+void ZELT_Grid::SeekVirtualEdge(const ZELT_Grid_HEntity& leaf, ZELT_Grid_VFConnectionIter& it) const {
+  int below = leaf.GetLength() - 1;
+  for (; !it._edge.End(); it._edge.Next()) {
+    const tolk_instance_base& path = PathBelow(it._pscope, it._edge);
+    bool match = true;
+    for (int k = 0; match && k < path.GetLength() && below + k < leaf.GetLength(); ++k)
+      match = path[k] == leaf[below + k];
+    if (match) return;
+  }
+  SetEnd(it);
+}
+
+ZELT_Grid_HEntity ZELT_Grid::VFGetConOtherEnd(const ZELT_Grid_HEntity& leaf, ZELT_Grid_VFConnectionIter it) const {
+  ZELT_Grid_HEntity other = leaf;
+  other.CutToEnd(leaf.GetLength() - (it._virtual ? 2 : 1));
+  ZELT_Grid_Graph* g = it._pscope;
+  // The position's own link is the leaf's end; the other link's node and the
+  // whole path stored below it make the far end.
+  bool leafAtHead = it._edge.IsBlink();
+  ZELT_Grid_HEntityStep top(g, leafAtHead ? ZELT_Grid_Graph::Tail(it._edge) : ZELT_Grid_Graph::Head(it._edge));
+  other.AppendStep(top);
+  const tolk_instance_base& below = leafAtHead ? g->VTail(it._edge) : g->VHead(it._edge);
+  for (int i = 0; i < below.GetLength(); ++i) other.AppendStep(below[i]);
+  return other;
+}
