@@ -9,6 +9,46 @@ namespace {
 
 char* CopyName(const char* name) { return strdup(name); }
 
+// Name indexes own a copy of every key: an entry made for one owner may point
+// at a later owner of the same name after the first owner's text is gone.
+template <class Index, class Handle>
+void IndexName(Index& index, const char* name, const Handle& owner) {
+  if (Handle* stored = index.Search(name))
+    *stored = owner;
+  else
+    index.Insert(CopyName(name), owner);
+}
+
+// Frees the owner's name; its index entry goes only while it names this owner.
+template <class Index, class Handle>
+void UnindexName(Index& index, char*& name, const Handle& owner) {
+  auto entry = index.ElemSearch(name);
+  if (!entry.End() && index.Value(entry) == owner) {
+    char* key = const_cast<char*>(index.Key(entry));
+    index.Delete(entry);
+    free(key);
+  }
+  free(name);
+  name = nullptr;
+}
+
+template <class Index>
+void DeleteNameIndex(Index* index) {
+  if (!index) return;
+  while (!index->Empty()) {
+    auto first = index->First();
+    char* key = const_cast<char*>(index->Key(first));
+    index->Delete(first);
+    free(key);
+  }
+  delete index;
+}
+
+ZELT_Grid_IdIndex& Made(ZELT_Grid_IdIndex*& index) {
+  if (!index) index = new ZELT_Grid_IdIndex();
+  return *index;
+}
+
 // Decimal text of an id, for the names of element terminals and internal nodes.
 void FormatId(char (&buf)[32], const char* prefix, long id) { snprintf(buf, sizeof buf, "%s%ld", prefix, id); }
 
@@ -31,13 +71,7 @@ ZELT_Grid::~ZELT_Grid() {
     DropDefinitionData(def);
   }
   delete _pdefslots;
-  while (!_pdefname2it->Empty()) {
-    auto first = _pdefname2it->First();
-    char* key = const_cast<char*>(_pdefname2it->Key(first));
-    _pdefname2it->Delete(first);
-    free(key);
-  }
-  delete _pdefname2it;
+  DeleteNameIndex(_pdefname2it);
   delete _pdefs;
 }
 
@@ -64,7 +98,6 @@ ZELT_Grid_DefIter ZELT_Grid::AddDefinition(long id, const char* name, DefType ty
   info._id = id;
   info._type = type;
   info._it = def;
-  Slot(def) = ZELT_Grid_DefSlot();
   AddDefName(def, name);
   _hier.AddScope(g);
   return def;
@@ -82,14 +115,14 @@ ZELT_Grid_DefIter ZELT_Grid::AddElementDef(long id, int numterminals, const long
 
   char text[32];
   FormatId(text, "cn", maxid + 1);
-  ZELT_Grid_EntityIter inner = AddLeaf(def, maxid + 1, text, LeafType_ConnNode);
-  ZELT_Grid_HEntity tail, head;
-  head.AppendStep(ZELT_Grid_HEntityStep(Graph(def), inner));
-  tail.AppendStep(ZELT_Grid_HEntityStep(Graph(def), inner));
+  ZELT_Grid_HEntity inner;
+  inner.AppendStep(ZELT_Grid_HEntityStep(Graph(def), AddLeaf(def, maxid + 1, text, LeafType_ConnNode)));
+  ZELT_Grid_HEntity terminal = inner;
   for (int i = 0; i < numterminals; ++i) {
     FormatId(text, "", termids[i]);
-    tail[0].node = AddLeaf(def, termids[i], text, LeafType_Terminal);
-    ZELT_Grid::AddConnection(tail, head, termids[i]);
+    terminal[0].node = AddLeaf(def, termids[i], text, LeafType_Terminal);
+    // Made with the element, not a change of its own for subclasses to see.
+    ZELT_Grid::AddConnection(terminal, inner, termids[i]);
   }
   return def;
 }
@@ -127,15 +160,7 @@ void ZELT_Grid::DropDefinitionData(ZELT_Grid_DefIter def) {
 }
 
 void ZELT_Grid::DeleteEntityIndexes(ZELT_Grid_DefSlot& slot) {
-  if (slot.names) {
-    while (!slot.names->Empty()) {
-      auto first = slot.names->First();
-      char* key = const_cast<char*>(slot.names->Key(first));
-      slot.names->Delete(first);
-      free(key);
-    }
-    delete slot.names;
-  }
+  DeleteNameIndex(slot.names);
   delete slot.ids;
   delete slot.conns;
 }
@@ -170,28 +195,17 @@ ZELT_Grid_DefIter ZELT_Grid::GetDefFromName(const char* name) const {
 
 ZELT_Grid_DefIter ZELT_Grid::GetDefFromId(long id) const { return _pdefs->ElemSearch(id); }
 
-// The index keeps its own copy of the first name it saw for a key and points it
-// at the newest definition of that name.
+// The record owns one copy of the name, the index another; a repeated name
+// points the index at the newest definition.
 void ZELT_Grid::AddDefName(ZELT_Grid_DefIter def, const char* name) {
   if (!IsNontrivial(name)) return;
   Graph(def)->Info()._pname = CopyName(name);
-  if (ZELT_Grid_DefIter* stored = _pdefname2it->Search(name))
-    *stored = def;
-  else
-    _pdefname2it->Insert(CopyName(name), def);
+  IndexName(*_pdefname2it, name, def);
 }
 
 void ZELT_Grid::RemoveDefName(ZELT_Grid_DefIter def) {
   char*& name = Graph(def)->Info()._pname;
-  if (!name) return;
-  auto entry = _pdefname2it->ElemSearch(name);
-  if (!entry.End() && _pdefname2it->Value(entry) == def) {
-    char* key = const_cast<char*>(_pdefname2it->Key(entry));
-    _pdefname2it->Delete(entry);
-    free(key);
-  }
-  free(name);
-  name = nullptr;
+  if (name) UnindexName(*_pdefname2it, name, def);
 }
 
 // ---------------------------------------------------------------------------
@@ -315,8 +329,7 @@ void ZELT_Grid::InitHEntStep(ZELT_Grid_HEntityStep& step, ZELT_Grid_DefIter def,
   step.node = ent;
 }
 
-// Like the definition names: the record owns one copy, the index another, and a
-// repeated name points the index at the newest entity.
+// Like the definition names, one copy in the record and one in the index.
 void ZELT_Grid::AddEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, const char* name) {
   char*& own = EntityNameSlot(def, ent);
   own = nullptr;
@@ -324,30 +337,16 @@ void ZELT_Grid::AddEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, c
   own = CopyName(name);
   ZELT_Grid_DefSlot& slot = Slot(def);
   if (!slot.names) slot.names = new ZELT_Grid_DefSlot::NameIndex(&_scomp);
-  if (ZELT_Grid_EntityIter* stored = slot.names->Search(name))
-    *stored = ent;
-  else
-    slot.names->Insert(CopyName(name), ent);
+  IndexName(*slot.names, name, ent);
 }
 
 void ZELT_Grid::RemoveEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
   char*& name = EntityNameSlot(def, ent);
-  if (!name) return;
-  ZELT_Grid_DefSlot::NameIndex* names = Slot(def).names;
-  auto entry = names->ElemSearch(name);
-  if (!entry.End() && names->Value(entry) == ent) {
-    char* key = const_cast<char*>(names->Key(entry));
-    names->Delete(entry);
-    free(key);
-  }
-  free(name);
-  name = nullptr;
+  if (name) UnindexName(*Slot(def).names, name, ent);
 }
 
 void ZELT_Grid::AddEntityId(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, long id) {
-  ZELT_Grid_DefSlot& slot = Slot(def);
-  if (!slot.ids) slot.ids = new ZELT_Grid_IdIndex();
-  slot.ids->Set(id, ent.position);
+  Made(Slot(def).ids).Set(id, ent.position);
 }
 
 // Only while the entry still names ent: a newer entity with the same id keeps it.

@@ -57,16 +57,19 @@ struct ZELT_Grid_DefSlot {
   typedef tolk_TRBTREE<long, ZELT_Grid_EntityIter, ZELT_Grid_LongComparator> ContaineeSet;
   typedef tolk_PATRICIA<ZELT_Grid_EntityIter, ContaineeSet*> ContaineeMap;
 
-  NameIndex* names = nullptr;       // entity name -> entity; keys are own copies
+  NameIndex* names = nullptr;          // entity name -> entity; keys are own copies
   ZELT_Grid_IdIndex* ids = nullptr;    // entity id -> node
   ZELT_Grid_IdIndex* conns = nullptr;  // connection id -> edge link in its tail's list
-  EntityProps* entprops = nullptr;  // entity property sets, one slot per node
+  EntityProps* entprops = nullptr;     // entity property sets, one slot per node
   ContainerMap* containers = nullptr;
   ContaineeMap* containees = nullptr;
   tolk_PropertySet* defprops = nullptr;
   int assetclass = -1;
 };
 
+// A set of circuit and element definitions, each one graph of entities and
+// connections. The model owns every graph, record, name copy and property set
+// in it; callers hold value handles, valid until what they denote is removed.
 class ZELT_Grid {
  public:
   ZELT_Grid();
@@ -232,8 +235,6 @@ class ZELT_Grid {
   ZELT_Grid_Graph* Graph(ZELT_Grid_DefIter def) const { return _pdefs->Value(def); }
 
  private:
-  friend class ZELT_Grid_Test;
-
   ZELT_Grid_DefSlot& Slot(ZELT_Grid_DefIter def) const { return (*_pdefslots)[def]; }
   ZELT_Grid_DefIter AddDefinition(long id, const char* name, DefType type);
   int RemoveDefinition(ZELT_Grid_DefIter def);

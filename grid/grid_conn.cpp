@@ -1,8 +1,11 @@
 // ZELT_Grid: connections, their id index, their ends and the flattened walk.
 #include "grid/grid.h"
+#include "tolk/assert.h"
 
 ZELT_Grid_ConnectionIter ZELT_Grid::AddConnection(const ZELT_Grid_HEntity& I1, const ZELT_Grid_HEntity& I2,
                                                   long id) {
+  TOLK_ASSERT(I1.GetLength() > 0 && I2.GetLength() > 0 && I1[0].pscope == I2[0].pscope,
+              "ZELT_Grid::AddConnection: both ends must start in one definition");
   ZELT_Grid_DefIter def = GetDefIt(I1[0]);
   ZELT_Grid_EdgeData data;
   data._id = id;

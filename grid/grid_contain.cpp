@@ -39,6 +39,7 @@ int ZELT_Grid::AddContainerOf(ZELT_Grid_DefIter dit, ZELT_Grid_EntityIter contai
     set = slot.containees->Search(container);
   }
   (*set)->Insert(seq, containedentity);
+  ZELTLOG(stderr, "- entry in map is now %d\n", static_cast<int>(seq));
   return 0;
 }
 
@@ -101,13 +102,13 @@ void ZELT_Grid::RemoveContainAssocInDef(ZELT_Grid_DefIter dit) {
 void ZELT_Grid::DeleteContainmentMaps(ZELT_Grid_DefIter dit) {
   ZELT_Grid_DefSlot& slot = Slot(dit);
   if (slot.containers) {
-    ZELTLOG(stderr, "Deleting container map %p for def %s\n", static_cast<void*>(slot.containers),
+    ZELTLOG(stderr, "Deleting container map %d for def %s\n", static_cast<int>(GetDefID(dit)),
             NameForLog(GetDefName(dit)));
     delete slot.containers;
     slot.containers = nullptr;
   }
   if (slot.containees) {
-    ZELTLOG(stderr, "Deleting containee map %p for def %s\n", static_cast<void*>(slot.containees),
+    ZELTLOG(stderr, "Deleting containee map %d for def %s\n", static_cast<int>(GetDefID(dit)),
             NameForLog(GetDefName(dit)));
     while (const ZELT_Grid_EntityIter* container = slot.containees->GetSomeKey()) {
       ZELT_Grid_EntityIter key = *container;

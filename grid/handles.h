@@ -24,7 +24,7 @@ typedef tolk_PropertySet ZELT_Grid_PropDataSet;
 // position's address so that it can key maps that need no meaningful order.
 class ZELT_Grid_DefIter : public ZELT_Grid_DefTableIter {
  public:
-  ZELT_Grid_DefIter() { MakeEnd(); }
+  ZELT_Grid_DefIter() = default;
   ZELT_Grid_DefIter(const ZELT_Grid_DefTableIter& it) : ZELT_Grid_DefTableIter(it) {}
   bool operator==(const ZELT_Grid_DefIter& o) const { return pos == o.pos; }
   bool operator!=(const ZELT_Grid_DefIter& o) const { return pos != o.pos; }
@@ -34,10 +34,9 @@ class ZELT_Grid_DefIter : public ZELT_Grid_DefTableIter {
 // An entity of one definition: a node position in the definition's graph.
 class ZELT_Grid_EntityIter : public tolk_UNode {
  public:
-  ZELT_Grid_EntityIter() { MakeEnd(); }
+  ZELT_Grid_EntityIter() = default;
   ZELT_Grid_EntityIter(const tolk_list_base_iter& n) : tolk_UNode(n) {}
-  bool operator==(const ZELT_Grid_EntityIter& o) const { return position == o.position; }
-  bool operator!=(const ZELT_Grid_EntityIter& o) const { return position != o.position; }
+  // Equality is the list position's: every end handle equals every other.
   bool operator<(const ZELT_Grid_EntityIter& o) const { return position < o.position; }
   // The node's identity, for orderings that need one but no meaning.
   const void* CPOS() const { return position; }
@@ -47,27 +46,22 @@ class ZELT_Grid_EntityIter : public tolk_UNode {
 // entity's incidence list.
 class ZELT_Grid_ConnectionIter : public tolk_UEdge {
  public:
-  ZELT_Grid_ConnectionIter() { MakeEnd(); }
+  ZELT_Grid_ConnectionIter() = default;
   ZELT_Grid_ConnectionIter(const tolk_list_base_iter& e) : tolk_UEdge(e) {}
 };
 
-// A property of an entity, of a hierarchical entity and of a definition: a
-// position in the owner's property set. Distinct types keep the three stores apart.
-class ZELT_Grid_PropIter : public tolk_PropertySetIter {
+// A property: a position in its owner's property set. The owner kind is a
+// template argument so that a handle of one store cannot be handed to another.
+enum ZELT_Grid_PropOwner { ZELT_Grid_EntityOwned, ZELT_Grid_PathOwned, ZELT_Grid_DefOwned };
+template <ZELT_Grid_PropOwner Owner>
+class ZELT_Grid_PropHandle : public tolk_PropertySetIter {
  public:
-  ZELT_Grid_PropIter() { MakeEnd(); }
-  ZELT_Grid_PropIter(const tolk_PropertySetIter& it) : tolk_PropertySetIter(it) {}
+  ZELT_Grid_PropHandle() = default;
+  ZELT_Grid_PropHandle(const tolk_PropertySetIter& it) : tolk_PropertySetIter(it) {}
 };
-class ZELT_Grid_HPropIter : public tolk_PropertySetIter {
- public:
-  ZELT_Grid_HPropIter() { MakeEnd(); }
-  ZELT_Grid_HPropIter(const tolk_PropertySetIter& it) : tolk_PropertySetIter(it) {}
-};
-class ZELT_Grid_DefPropIter : public tolk_PropertySetIter {
- public:
-  ZELT_Grid_DefPropIter() { MakeEnd(); }
-  ZELT_Grid_DefPropIter(const tolk_PropertySetIter& it) : tolk_PropertySetIter(it) {}
-};
+typedef ZELT_Grid_PropHandle<ZELT_Grid_EntityOwned> ZELT_Grid_PropIter;
+typedef ZELT_Grid_PropHandle<ZELT_Grid_PathOwned> ZELT_Grid_HPropIter;
+typedef ZELT_Grid_PropHandle<ZELT_Grid_DefOwned> ZELT_Grid_DefPropIter;
 
 enum DefType { DefType_Circuit = 0, DefType_Element = 1 };
 enum LeafType { LeafType_ConnNode = 0, LeafType_Terminal = 1 };

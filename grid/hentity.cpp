@@ -47,7 +47,7 @@ tolk_signed ZELT_Grid_HEntComparator::CompareSteps(const ZELT_Grid_HEntityStep& 
   if (tolk_signed byDef = Order(gx->Info()._id, gy->Info()._id)) return byDef;
   bool leafx = ZELT_Grid_Graph::IsLeaf(x.node), leafy = ZELT_Grid_Graph::IsLeaf(y.node);
   if (leafx != leafy) return leafx ? -1 : 1;
-  // Only the low 32 bits of node ids take part in the order.
+  // Only the low 32 bits of node ids count in the order.
   return Order(static_cast<int32_t>(NodeId(gx, x.node)), static_cast<int32_t>(NodeId(gy, y.node)));
 }
 

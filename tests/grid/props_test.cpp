@@ -12,35 +12,33 @@ namespace {
 
 using KeyValues = std::vector<std::pair<int, int>>;
 
-KeyValues EntityProps(const ZELT_Grid& gm, ZELT_Grid_DefIter d, ZELT_Grid_EntityIter e) {
-  KeyValues out;
-  for (ZELT_Grid_PropIter it = gm.GetFirstProperty(d, e); !gm.IsEnd(it); gm.NextProperty(d, e, it))
-    out.emplace_back(gm.GetPropertyKey(d, e, it), gm.GetPropertyValue(d, e, it).QInt32());
-  return out;
-}
-
-KeyValues DefProps(const ZELT_Grid& gm, ZELT_Grid_DefIter d) {
-  KeyValues out;
-  for (ZELT_Grid_DefPropIter it = gm.GetFirstDefProperty(d); !gm.IsEnd(it); gm.NextDefProperty(d, it))
-    out.emplace_back(gm.GetDefPropertyKey(d, it), gm.GetDefPropertyValue(d, it).QInt32());
-  return out;
-}
-
-KeyValues HProps(const ZELT_Grid& gm, const ZELT_Grid_HEntity& h) {
-  KeyValues out;
-  for (ZELT_Grid_HPropIter it = gm.GetFirstHProperty(h); !gm.IsEnd(it); gm.NextHProperty(h, it))
-    out.emplace_back(gm.GetHPropKey(h, it), gm.GetHPropValue(h, it).QInt32());
-  return out;
-}
-
 struct Model {
   ZELT_Grid gm;
-  ZELT_Grid_DefIter part = gm.AddCircuitDef(1, "Part");
-  ZELT_Grid_EntityIter pin = gm.AddTerminal(part, 1, "pin");
+  ZELT_Grid_DefIter sub = gm.AddCircuitDef(1, "Sub");
+  ZELT_Grid_EntityIter pin = gm.AddTerminal(sub, 1, "pin");
   ZELT_Grid_DefIter ckt = gm.AddCircuitDef(2, "Feeder");
-  ZELT_Grid_EntityIter p1 = gm.AddInstance(ckt, part, 10, "p1");
-  ZELT_Grid_EntityIter p2 = gm.AddInstance(ckt, part, 11, "p2");
+  ZELT_Grid_EntityIter p1 = gm.AddInstance(ckt, sub, 10, "p1");
+  ZELT_Grid_EntityIter p2 = gm.AddInstance(ckt, sub, 11, "p2");
 };
+
+KeyValues EntityProps(Model& m) {
+  KeyValues out;
+  for (ZELT_Grid_PropIter it = m.gm.GetFirstProperty(m.ckt, m.p1); !m.gm.IsEnd(it); m.gm.NextProperty(m.ckt, m.p1, it))
+    out.emplace_back(m.gm.GetPropertyKey(m.ckt, m.p1, it), m.gm.GetPropertyValue(m.ckt, m.p1, it).QInt32());
+  return out;
+}
+KeyValues DefProps(Model& m) {
+  KeyValues out;
+  for (ZELT_Grid_DefPropIter it = m.gm.GetFirstDefProperty(m.sub); !m.gm.IsEnd(it); m.gm.NextDefProperty(m.sub, it))
+    out.emplace_back(m.gm.GetDefPropertyKey(m.sub, it), m.gm.GetDefPropertyValue(m.sub, it).QInt32());
+  return out;
+}
+KeyValues HProps(Model& m, const ZELT_Grid_HEntity& h) {
+  KeyValues out;
+  for (ZELT_Grid_HPropIter it = m.gm.GetFirstHProperty(h); !m.gm.IsEnd(it); m.gm.NextHProperty(h, it))
+    out.emplace_back(m.gm.GetHPropKey(h, it), m.gm.GetHPropValue(h, it).QInt32());
+  return out;
+}
 
 TEST(GridEntityProps, NewestFirstWithDuplicateKeys) {
   Model m;
@@ -50,35 +48,34 @@ TEST(GridEntityProps, NewestFirstWithDuplicateKeys) {
   ZELT_Grid_PropIter newer = m.gm.AddProperty(m.ckt, m.p1, 5, ZELT_Grid_PropData(2));
   EXPECT_EQ(m.gm.GetPropertyValue(m.ckt, m.p1, newer).QInt32(), 2);
   EXPECT_EQ(m.gm.GetPropertyValue(m.ckt, m.p1, m.gm.GetProperty(m.ckt, m.p1, 5)).QInt32(), 2);
-  EXPECT_EQ(EntityProps(m.gm, m.ckt, m.p1), (KeyValues{{5, 2}, {6, 9}, {5, 1}}));
+  EXPECT_EQ(EntityProps(m), (KeyValues{{5, 2}, {6, 9}, {5, 1}}));
   EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstProperty(m.ckt, m.p2)));
 
   // Removal at either position takes every entry of the key.
   EXPECT_EQ(m.gm.RemoveProperty(m.ckt, m.p1, older), 0);
-  EXPECT_EQ(EntityProps(m.gm, m.ckt, m.p1), (KeyValues{{6, 9}}));
+  EXPECT_EQ(EntityProps(m), (KeyValues{{6, 9}}));
   EXPECT_TRUE(m.gm.IsEnd(m.gm.GetProperty(m.ckt, m.p1, 5)));
   EXPECT_EQ(m.gm.RemoveProperty(m.ckt, m.p2, m.gm.GetFirstProperty(m.ckt, m.p2)), 1);
 }
 
-TEST(GridEntityProps, ValuesAreCopiesOwnedByTheModel) {
-  Model m;
-  {
-    ZELT_Grid_PropData text("a text longer than seven characters");
-    m.gm.AddProperty(m.ckt, m.p1, 3, text);
-  }
-  ZELT_Grid_PropIter it = m.gm.GetProperty(m.ckt, m.p1, 3);
-  EXPECT_STREQ(m.gm.GetPropertyValue(m.ckt, m.p1, it).QString(), "a text longer than seven characters");
-}
-
 TEST(GridDefProps, RemovalTakesOnlyTheEntryAtThePosition) {
   Model m;
-  m.gm.AddDefProperty(m.part, 5, ZELT_Grid_PropData(1));
-  ZELT_Grid_DefPropIter newer = m.gm.AddDefProperty(m.part, 5, ZELT_Grid_PropData(2));
-  EXPECT_EQ(DefProps(m.gm, m.part), (KeyValues{{5, 2}, {5, 1}}));
-  EXPECT_EQ(m.gm.RemoveDefProperty(m.part, newer), 0);
-  EXPECT_EQ(DefProps(m.gm, m.part), (KeyValues{{5, 1}}));
-  EXPECT_EQ(m.gm.GetDefPropertyValue(m.part, m.gm.GetDefProperty(m.part, 5)).QInt32(), 1);
+  m.gm.AddDefProperty(m.sub, 5, ZELT_Grid_PropData(1));
+  ZELT_Grid_DefPropIter newer = m.gm.AddDefProperty(m.sub, 5, ZELT_Grid_PropData(2));
+  EXPECT_EQ(DefProps(m), (KeyValues{{5, 2}, {5, 1}}));
+  EXPECT_EQ(m.gm.RemoveDefProperty(m.sub, newer), 0);
+  EXPECT_EQ(DefProps(m), (KeyValues{{5, 1}}));
+  EXPECT_EQ(m.gm.GetDefPropertyValue(m.sub, m.gm.GetDefProperty(m.sub, 5)).QInt32(), 1);
   EXPECT_EQ(m.gm.RemoveDefProperty(m.ckt, m.gm.GetFirstDefProperty(m.ckt)), 1);
+
+  // One asset class per definition; a negative key is no class.
+  EXPECT_EQ(m.gm.AddDefAssetClass(m.sub, 4), 0);
+  EXPECT_EQ(m.gm.AddDefAssetClass(m.sub, 7), 1);
+  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.sub), 4);
+  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.sub), 0);
+  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.sub), 1);
+  EXPECT_EQ(m.gm.AddDefAssetClass(m.sub, -2), 1);
+  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.sub), -1);
 }
 
 TEST(GridHProps, PathsKeepTheirOwnSetsUntilEmptied) {
@@ -89,28 +86,16 @@ TEST(GridHProps, PathsKeepTheirOwnSetsUntilEmptied) {
   m.gm.AddHProperty(at1, 4, one);
   m.gm.AddHProperty(at2, 4, two);
   ZELT_Grid_HEntity copy = at1;
-  EXPECT_EQ(HProps(m.gm, copy), (KeyValues{{4, 1}}));
-  EXPECT_EQ(HProps(m.gm, at2), (KeyValues{{4, 2}}));
+  EXPECT_EQ(HProps(m, copy), (KeyValues{{4, 1}}));
+  EXPECT_EQ(HProps(m, at2), (KeyValues{{4, 2}}));
   EXPECT_EQ(m.gm.GetHPropValue(at2, m.gm.GetHProperty(at2, 4)).QInt32(), 2);
   // The entity property store is a different one.
-  EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstProperty(m.part, m.pin)));
+  EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstProperty(m.sub, m.pin)));
 
   EXPECT_EQ(m.gm.RemoveHProperty(at1, m.gm.GetFirstHProperty(at1)), 0);
   EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstHProperty(at1)));
   EXPECT_EQ(m.gm.RemoveHProperty(at1, m.gm.GetFirstHProperty(at1)), 1);
-  EXPECT_EQ(HProps(m.gm, at2), (KeyValues{{4, 2}}));
-}
-
-TEST(GridAssetClass, OneClassPerDefinition) {
-  Model m;
-  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.part), -1);
-  EXPECT_EQ(m.gm.AddDefAssetClass(m.part, 4), 0);
-  EXPECT_EQ(m.gm.AddDefAssetClass(m.part, 7), 1);
-  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.part), 4);
-  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.part), 0);
-  EXPECT_EQ(m.gm.RemoveDefAssetClass(m.part), 1);
-  EXPECT_EQ(m.gm.AddDefAssetClass(m.part, -2), 1);
-  EXPECT_EQ(m.gm.GetDefAssetClassKey(m.part), -1);
+  EXPECT_EQ(HProps(m, at2), (KeyValues{{4, 2}}));
 }
 
 }  // namespace
