@@ -5,6 +5,7 @@
 
 #include "gdf/gdf_scan.h"
 #include "gdf/gdf_tokens.h"
+#include "model_dump.h"
 
 namespace {
 
@@ -18,16 +19,6 @@ std::string ReportAfter(std::string_view text, int count, const char* message) {
   std::string report = testing::internal::GetCapturedStderr();
   gdf_scan_terminate();
   return report;
-}
-
-// Runs the parser over text; returns its result and what it printed.
-std::pair<int, std::string> Parse(std::string_view text) {
-  gdf_scan_init(text.data(), text.size());
-  testing::internal::CaptureStderr();
-  const int result = gdf_parse();
-  std::string printed = testing::internal::GetCapturedStderr();
-  gdf_scan_terminate();
-  return {result, printed};
 }
 
 } // namespace
@@ -61,14 +52,39 @@ TEST(ErrorReportTest, LongLinesAreCutAndFarPositionsLoseTheCaret) {
             "ckt " + name.substr(0, 154) + "\nINFO: Line above truncated due to excess length\nLine 1, Char 206: m\n");
 }
 
-TEST(ParserTest, KnownTokensPassAndUnknownCharactersEndTheParse) {
-  EXPECT_EQ(Parse("ckt A T1\ninst A.b Breaker\nprop P int32\n"), std::make_pair(0, std::string()));
-  EXPECT_EQ(Parse(""), std::make_pair(0, std::string()));
-  EXPECT_EQ(Parse("ckt A ;\nelem\n"),
-            std::make_pair(1, std::string("ckt A ;\n       ^\nLine 1, Char 7: syntax error, unexpected $undefined\n")));
+// What the grammar makes of characters no token uses, strings left open and NUL bytes.
+TEST(ParserTest, StrayCharactersEndTheParse) {
+  GdfModel model;
+  bool ok = true;
+  EXPECT_EQ(model.Parse("ckt A ;\nelem\n", &ok),
+            "ckt A ;\n       ^\nLine 1, Char 7: syntax error, unexpected $undefined, expecting GDF_EOL or GDF_ID\n");
+  EXPECT_FALSE(ok);
   // A string left open at the end of the file stops at its quote.
-  EXPECT_EQ(Parse("ckt A\nckt \"abc def"),
-            std::make_pair(1, std::string("ckt \"\n     ^\nLine 2, Char 5: syntax error, unexpected $undefined\n")));
-  // A NUL ends the input where it stands.
-  EXPECT_EQ(Parse(std::string_view("ckt A\0;", 7)), std::make_pair(0, std::string()));
+  EXPECT_EQ(GdfModel().Parse("ckt A\nckt \"abc def"),
+            "ckt \"\n     ^\nLine 2, Char 5: syntax error, unexpected $undefined, expecting GDF_ID\n");
+}
+
+// Even inside a statement, which then lacks its line end.
+TEST(ParserTest, ANulByteEndsTheInputWhereItStands) {
+  const struct {
+    std::string bytes;
+    bool ok;
+    const char* printed;
+  } cases[] = {
+      {std::string("ckt A\n\0ckt B\n", 13), true, ""},
+      {std::string("ckt A\0ckt B\n", 12), false,
+       "ckt A\n      ^\nLine 1, Char 6: syntax error, unexpected $end, expecting GDF_EOL or GDF_ID\n"},
+  };
+  for (const auto& c : cases) {
+    GdfModel model;
+    FILE* stream = tmpfile();
+    ASSERT_NE(stream, nullptr);
+    fwrite(c.bytes.data(), 1, c.bytes.size(), stream);
+    rewind(stream);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(model.builder.ParseGDF(stream, nullptr), c.ok);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.printed);
+    fclose(stream);
+    EXPECT_TRUE(model.grid.IsEnd(model.grid.GetDefFromName("B")));
+  }
 }

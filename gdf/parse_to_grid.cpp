@@ -1,0 +1,274 @@
+// The GDF builder: parsing entry points, existence checks, structural statements and hierarchical names.
+#include "gdf/parse_to_grid.h"
+
+#include <cstring>
+#include <string>
+
+#include "gdf/gdf_scan.h"
+#include "grid/log.h"
+#include "registry/root_registry.h"
+#include "tolk/assert.h"
+
+ZELT_Grid_GDF_ParseToGrid::ZELT_Grid_GDF_ParseToGrid(ZELT_Grid& grid)
+    : _keysequence(new ZELT_Grid_KeySequence(0, 0, 0, 0, 0)), _pgm(&grid) {}
+
+ZELT_Grid_GDF_ParseToGrid::~ZELT_Grid_GDF_ParseToGrid() {
+  delete[] _termids;
+  delete _keysequence;
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::HasRegistry(gdf_Registry registry) const {
+  switch (registry) {
+    case gdf_kPropertyRegistry: return _pts != nullptr;
+    case gdf_kRootRegistry: return _prootreg != nullptr;
+    case gdf_kAssetClassRegistry: return _passetreg != nullptr;
+    case gdf_kTSSchemaRegistry: return _ptsreg != nullptr;
+    case gdf_kTSExprRegistry: return _tsexpr != nullptr;
+    case gdf_kSensorAssociations: return _phtsassoc != nullptr;
+    case gdf_kTSPropertyData: return _ptspropdata != nullptr;
+    case gdf_kFlowRoleRegistry: return _pflowrolereg != nullptr;
+  }
+  return false;
+}
+
+// ---- Parsing ----
+
+bool ZELT_Grid_GDF_ParseToGrid::ParseGDF(FILE* in, int* warnings) {
+  TOLK_ASSERT(in != nullptr, "ParseGDF: no input stream");
+  if (!BeginParse()) return false;
+  gdf_scan_init(in);
+  return FinishParse(warnings);
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::ParseGDF(const char* text, int* warnings) {
+  TOLK_ASSERT(text != nullptr, "ParseGDF: no input text");
+  if (!BeginParse()) return false;
+  gdf_scan_init(text);
+  return FinishParse(warnings);
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::BeginParse() {
+  if (!_pgm->BeginModify()) {
+    fputs("ERROR: Not allowed to modify the grid model.\n", stderr);
+    fflush(stderr);
+    return false;
+  }
+  // The grid may have changed since the last parse.
+  ForgetLookups();
+  gdf_parse_init(this);
+  return true;
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::FinishParse(int* warnings) {
+  const int result = gdf_parse();
+  if (warnings != nullptr) *warnings = gdf_parse_get_warnings();
+  gdf_scan_terminate();
+  // The section name was lent by the parser, which lets go of it now.
+  gdf_parse_release();
+  _curr_section = nullptr;
+  _pgm->EndModify();
+  return result == 0;
+}
+
+// ---- Name lookups ----
+
+void ZELT_Grid_GDF_ParseToGrid::ForgetLookups() {
+  _last_def_valid = false;
+  ForgetEntityLookup();
+}
+
+void ZELT_Grid_GDF_ParseToGrid::ForgetEntityLookup() { _last_entity_valid = false; }
+
+ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
+  if (!_last_def_valid || _last_def_name != name) {
+    _last_def = _pgm->GetDefFromName(name);
+    _last_def_name = name;
+    _last_def_valid = true;
+  }
+  return _last_def;
+}
+
+ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def, const char* name) {
+  if (!_last_entity_valid || !(_last_entity_def == def) || _last_entity_name != name) {
+    _last_entity = _pgm->GetEntityFromName(def, name);
+    _last_entity_def = def;
+    _last_entity_name = name;
+    _last_entity_valid = true;
+  }
+  return _last_entity;
+}
+
+ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::RequireDef(const char* name) {
+  const ZELT_Grid_DefIter def = FindDef(name);
+  TOLK_ASSERT2(!_pgm->IsEnd(def), "GDF builder: definition must exist", name);
+  return def;
+}
+
+ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::RequireEntity(ZELT_Grid_DefIter def, const char* name) {
+  const ZELT_Grid_EntityIter ent = FindEntity(def, name);
+  TOLK_ASSERT2(!_pgm->IsEnd(ent), "GDF builder: entity must exist", name);
+  return ent;
+}
+
+// ---- Existence checks ----
+
+bool ZELT_Grid_GDF_ParseToGrid::HaveDef(const char* name, bool fake) {
+  if (_fake_check) return fake;
+  return !_pgm->IsEnd(FindDef(name));
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::IsElement(const char* name, bool fake) {
+  if (_fake_check) return fake;
+  const ZELT_Grid_DefIter def = FindDef(name);
+  return !_pgm->IsEnd(def) && _pgm->IsElementDef(def);
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::HaveInst(const char* def, const char* name, bool fake) {
+  if (_fake_check) return fake;
+  const ZELT_Grid_DefIter d = FindDef(def);
+  return !_pgm->IsEnd(d) && !_pgm->IsEnd(FindEntity(d, name));
+}
+
+// ---- Structure ----
+
+void ZELT_Grid_GDF_ParseToGrid::StartSection(const char* name) { _curr_section = name; }
+
+void ZELT_Grid_GDF_ParseToGrid::EndSection(const char*) { _curr_section = nullptr; }
+
+// Terminal ids 0 .. n-1 for element definitions, grown with some room to spare.
+void ZELT_Grid_GDF_ParseToGrid::EnsureTermIds(long nterms) {
+  if (_termids_size >= nterms) return;
+  delete[] _termids;
+  _termids_size = static_cast<int>(static_cast<double>(nterms) * 1.2);
+  _termids = new long[_termids_size];
+  for (int i = 0; i < _termids_size; ++i) _termids[i] = i;
+}
+
+void ZELT_Grid_GDF_ParseToGrid::AddElem(const char* defname, long nterms) {
+  TOLK_ASSERT(_curr_section != nullptr, "AddElem: element outside a section");
+  TOLK_ASSERT(nterms >= 0 && nterms <= kMaxElementTerminals, "AddElem: terminal count out of range");
+  ZELTLOG(stderr, "%s:%d: parsing elem %s.\n", __FILE_NAME__, __LINE__, defname);
+  const long id = _keysequence->NewDefID();
+  EnsureTermIds(nterms);
+  const ZELT_Grid_DefIter def = _pgm->AddElementDef(id, static_cast<int>(nterms), _termids, defname);
+  ForgetLookups();
+  // The section travels with every element definition.
+  ZELT_Grid_PropData section(_curr_section);
+  _pgm->AddDefProperty(def, ZELT_SECTION_PROP, section);
+}
+
+void ZELT_Grid_GDF_ParseToGrid::AddCkt(const char* defname, unsigned nterms, const char** termnames) {
+  ZELTLOG(stderr, "%s:%d: parsing ckt %s.\n", __FILE_NAME__, __LINE__, defname);
+  const ZELT_Grid_DefIter def = _pgm->AddCircuitDef(_keysequence->NewDefID(), defname);
+  for (unsigned i = 0; i < nterms; ++i) {
+    ZELTLOG(stderr, " -- terminal %s\n", termnames[i]);
+    _pgm->AddTerminal(def, _keysequence->NewEntityID(), termnames[i]);
+  }
+  ForgetLookups();
+}
+
+void ZELT_Grid_GDF_ParseToGrid::SetRoot(const char* root_def) {
+  ZELTLOG(stderr, "%s:%d: parsing root: %s.\n", __FILE_NAME__, __LINE__, root_def);
+  TOLK_ASSERT(_prootreg != nullptr, "SetRoot: no root registry");
+  _prootreg->Add("default", _pgm->GetDefID(RequireDef(root_def)));
+}
+
+void ZELT_Grid_GDF_ParseToGrid::AddInst(const char* defname, const char* leafname, const char* type) {
+  ZELTLOG(stderr, "%s:%d: parsing inst %s.%s of type %s.\n", __FILE_NAME__, __LINE__, defname, leafname, type);
+  const long id = _keysequence->NewEntityID();
+  const ZELT_Grid_DefIter instantiated = RequireDef(type);
+  const ZELT_Grid_DefIter parent = RequireDef(defname);
+  _pgm->AddInstance(parent, instantiated, id, leafname);
+  ForgetEntityLookup();
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_name, int nterm, const char** terms) {
+  ZELTLOG(stderr, "%s:%d: parsing conn %s.%s.\n", __FILE_NAME__, __LINE__, defname, conn_name);
+  const ZELT_Grid_DefIter def = RequireDef(defname);
+  ZELT_Grid_EntityIter node = FindEntity(def, conn_name);
+  if (_pgm->IsEnd(node)) {
+    // An element definition's only node is its own internal one.
+    if (_pgm->IsElementDef(def)) {
+      fprintf(stderr, "ERROR: Element definition '%s' cannot hold connectivity node '%s'\n", defname, conn_name);
+      fflush(stderr);
+      return false;
+    }
+    node = _pgm->AddConnNode(def, _keysequence->NewEntityID(), conn_name);
+    ForgetEntityLookup();
+  }
+  ZELT_Grid_HEntityStep node_step;
+  _pgm->InitHEntStep(node_step, def, node);
+  ZELT_Grid_HEntity node_path;
+  node_path.AppendStep(node_step);
+  ZELT_Grid_HEntity terminal_path;
+  for (int i = 0; i < nterm; ++i) {
+    const char** pair = terms + 2 * i;
+    const int length = pair[0] != nullptr ? 2 : 1;
+    // The id is drawn before the path is known to resolve.
+    const long id = _keysequence->NewEntityID();
+    if (!FindHEntPath(defname, length, pair + 2 - length, terminal_path)) return false;
+    _pgm->AddConnection(terminal_path, node_path, id);
+  }
+  return true;
+}
+
+void ZELT_Grid_GDF_ParseToGrid::AddContainer(const char* defname, const char* entname, int n, const char** members) {
+  ZELTLOG(stderr, "%s:%d: parsing Container %s.%s.\n", __FILE_NAME__, __LINE__, defname, entname);
+  const ZELT_Grid_DefIter def = RequireDef(defname);
+  const ZELT_Grid_EntityIter container = RequireEntity(def, entname);
+  for (int i = 0; i < n; ++i) _pgm->AddContainerOf(def, RequireEntity(def, members[i]), container);
+}
+
+void ZELT_Grid_GDF_ParseToGrid::AddSupportRelation(const char* defname, const char* supportee_name,
+                                                   int num_supporters, const char** supporter_names) {
+  const ZELT_Grid_DefIter def = RequireDef(defname);
+  const ZELT_Grid_EntityIter supportee = RequireEntity(def, supportee_name);
+  for (int i = 0; i < num_supporters; ++i)
+    _pgm->AddSupportRelation(def, supportee, RequireEntity(def, supporter_names[i]));
+}
+
+// ---- Hierarchical names ----
+
+static void ReportMissingPath(const char* defname, int count, const char* const* elems) {
+  std::string path = defname;
+  for (int i = 0; i < count; ++i) path.append(".").append(elems[i]);
+  fprintf(stderr, "ERROR: Hierarchical entity '%s' does not exist\n", path.c_str());
+  fflush(stderr);
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numelems, const char** elems,
+                                             ZELT_Grid_HEntity& hpath) {
+  hpath.Reset();
+  ZELT_Grid_DefIter scope = FindDef(curr_defname);
+  if (_pgm->IsEnd(scope) || numelems > tolk_MAXPATHLENGTH) {
+    ReportMissingPath(curr_defname, 0, elems);
+    return false;
+  }
+  ZELT_Grid_EntityIter ent;
+  for (int i = 0; i < numelems; ++i) {
+    // Each further name lies in the definition that the previous step instantiates.
+    if (i > 0) scope = _pgm->GetDefinition(scope, ent);
+    if (!_pgm->IsEnd(scope)) ent = FindEntity(scope, elems[i]);
+    if (_pgm->IsEnd(scope) || _pgm->IsEnd(ent)) {
+      ReportMissingPath(curr_defname, i + 1, elems);
+      return false;
+    }
+    ZELT_Grid_HEntityStep step;
+    _pgm->InitHEntStep(step, scope, ent);
+    hpath.AppendStep(step);
+  }
+  return true;
+}
+
+void ZELT_Grid_GDF_ParseToGrid::ParseHEnt(const char* text, ZELT_Grid_HEntity& hent) {
+  std::vector<std::string> pieces(1);
+  for (const char* p = text; *p != '\0'; ++p) {
+    if (*p == '.')
+      pieces.emplace_back();
+    else
+      pieces.back() += *p;
+  }
+  std::vector<const char*> elems;
+  for (size_t i = 1; i < pieces.size(); ++i) elems.push_back(pieces[i].c_str());
+  FindHEntPath(pieces[0].c_str(), static_cast<int>(elems.size()), elems.data(), hent);
+}

@@ -1,0 +1,290 @@
+// The builder's entry points and modes: modification phases, streams, successive texts, registries, limits, robustness.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "grid/util.h"
+#include "model_dump.h"
+
+namespace {
+
+const char* const kDrop =
+    "prop I int32\n"
+    "section s {\n"
+    "  elem Load 1\n"
+    "}\n"
+    "ckt Drop P\n"
+    "inst Drop.ld Load\n"
+    "conn Drop.N P ld.0\n"
+    "ckt Feeder\n"
+    "inst Feeder.d1 Drop\n"
+    "inst Feeder.d2 Drop\n"
+    "conn Feeder.B d1.P d2.P\n";
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+TEST(ParseToGridTest, ParsesOnlyOutsideAModificationPhaseAndAlwaysClosesItsOwn) {
+  GdfModel model;
+  ASSERT_TRUE(model.grid.BeginModify());
+  bool ok = true;
+  EXPECT_EQ(model.Parse("ckt A\n", &ok), "ERROR: Not allowed to modify the grid model.\n");
+  EXPECT_FALSE(ok);
+  EXPECT_TRUE(model.grid.IsEnd(model.grid.GetDefFromName("A")));
+  model.grid.EndModify();
+
+  model.Parse("ckt A\nelem B 1\n", &ok);
+  EXPECT_FALSE(ok);
+  EXPECT_FALSE(model.grid.IsEnd(model.grid.GetDefFromName("A")));
+  EXPECT_TRUE(model.grid.BeginModify()) << "a failed parse leaves the phase closed";
+}
+
+TEST(ParseToGridTest, SuccessiveTextsContinueTheIdsAndSeeEarlierNames) {
+  GdfModel model;
+  bool ok = false;
+  model.Parse("section s {\n  elem E 1\n}\nckt A T\ninst A.e E\n", &ok);
+  ASSERT_TRUE(ok);
+  model.Parse("ckt B U\ninst B.e E\nconn B.N U e.0\n", &ok);
+  ASSERT_TRUE(ok);
+  EXPECT_EQ(model.Dump(),
+            "element 0 \"E\"\n"
+            "  zelt_grid_section = [small_string, s]\n"
+            "  terminal 0 \"0\"\n"
+            "  node 1 \"cn1\"\n"
+            "circuit 1 \"A\"\n"
+            "  terminal 0 \"T\"\n"
+            "  instance 1 \"e\" of \"E\"\n"
+            "circuit 2 \"B\"\n"
+            "  terminal 2 \"U\"\n"
+            "    conn 5 to B.N\n"
+            "  instance 3 \"e\" of \"E\"\n"
+            "    conn 6 to B.N\n"
+            "  node 4 \"N\"\n"
+            "    conn 6 to B.e.0\n"
+            "    conn 5 to B.U\n");
+  EXPECT_EQ(model.Parse("ckt A\n", &ok), "ckt A\n     ^\nLine 1, Char 5: ERROR: Definition exists\n");
+}
+
+TEST(ParseToGridTest, StreamsAndTextsBuildTheSameModel) {
+  GdfModel from_text;
+  bool ok = false;
+  from_text.Parse(kDrop, &ok);
+  ASSERT_TRUE(ok);
+
+  GdfModel from_stream;
+  FILE* stream = tmpfile();
+  ASSERT_NE(stream, nullptr);
+  fputs(kDrop, stream);
+  rewind(stream);
+  int warnings = -1;
+  EXPECT_TRUE(from_stream.builder.ParseGDF(stream, &warnings));
+  fclose(stream);
+  EXPECT_EQ(warnings, 0);
+  EXPECT_EQ(from_stream.Dump(), from_text.Dump());
+}
+
+TEST(ParseToGridTest, WarningsAreCountedPerParse) {
+  GdfModel model;
+  int warnings = -1;
+  model.Parse("prop I int32\nckt C a b\npropadd C.a I 1.5\npropadd C.b I \"x\"\n", nullptr, &warnings);
+  EXPECT_EQ(warnings, 2);
+  model.Parse("ckt D\n", nullptr, &warnings);
+  EXPECT_EQ(warnings, 0);
+}
+
+TEST(ParseToGridTest, StatementsWithoutTheirRegistryEndTheParse) {
+  const struct {
+    const char* text;
+    const char* message;
+  } cases[] = {
+      {"prop P int32\n", "ERROR: No property registry attached"},
+      {"tsprop P int32\n", "ERROR: No property registry attached"},
+      {"propset S {\n P 1\n}\n", "ERROR: No property registry attached"},
+      {"ckt C T\npropadd C.T P 1\n", "ERROR: No property registry attached"},
+      {"ckt C T\npropsetadd C.T S\n", "ERROR: No property registry attached"},
+      {"hpropadd C.T P 1\n", "ERROR: No property registry attached"},
+      {"hpropsetadd C.T S\n", "ERROR: No property registry attached"},
+      {"defpropadd C P 1\n", "ERROR: No property registry attached"},
+      {"tspropdata P S f\n", "ERROR: No property registry attached"},
+      {"ckt C\nroot C\n", "ERROR: No root registry attached"},
+      {"assetclass A\n", "ERROR: No asset-class registry attached"},
+      {"ckt C\nassetclassapply C A\n", "ERROR: No asset-class registry attached"},
+  };
+  for (const auto& c : cases) {
+    ZELT_Grid grid;
+    ZELT_Grid_GDF_ParseToGrid builder(grid);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(builder.ParseGDF(c.text, nullptr));
+    const std::string printed = testing::internal::GetCapturedStderr();
+    EXPECT_NE(printed.find(c.message), std::string::npos) << c.text << printed;
+  }
+}
+
+TEST(ParseToGridTest, FakeChecksLetRepeatedNamesThrough) {
+  GdfModel model;
+  model.builder.SetFakeCheck(true);
+  bool ok = false;
+  model.Parse("section s {\n  elem E 1\n}\nckt A\nckt A\ninst A.e E\ninst A.e E\n", &ok);
+  EXPECT_TRUE(ok);
+  int definitions = 0;
+  for (ZELT_Grid_DefIter def = model.grid.GetFirstDef(); !model.grid.IsEnd(def); model.grid.NextDef(def))
+    ++definitions;
+  EXPECT_EQ(definitions, 3);
+  // The later circuit A holds both instances: the name finds the newest definition.
+  int instances = 0;
+  const ZELT_Grid_DefIter a = model.grid.GetDefFromName("A");
+  for (ZELT_Grid_EntityIter e = model.grid.GetFirstEntity(a); !model.grid.IsEnd(e); model.grid.NextEntity(a, e))
+    ++instances;
+  EXPECT_EQ(instances, 2);
+}
+
+TEST(ParseToGridTest, TestModeRecordsEachPathOnceShorterPathsFirst) {
+  GdfModel model;
+  bool ok = false;
+  model.Parse(std::string(kDrop) +
+                  "propset S {\n  I 1\n}\n"
+                  "hpropadd Feeder.d2.P I 1\n"
+                  "hpropadd Feeder.d1 I 1\n"
+                  "hpropsetadd Feeder.d2 S\n"
+                  "hpropsetadd Feeder.d1.P S\n",
+              &ok);
+  ASSERT_TRUE(ok);
+  std::vector<std::string> paths;
+  for (const auto& [hent, unused] : model.builder.InstancesWithHProp())
+    paths.push_back(ZELT_Grid_Util::HEntToString(hent, model.grid));
+  ASSERT_EQ(paths.size(), 4u);
+  EXPECT_EQ(paths[0].size(), std::string("Feeder.d1").size());
+  EXPECT_EQ(paths[1].size(), std::string("Feeder.d1").size());
+  EXPECT_NE(paths[0], paths[1]);
+
+  GdfModel quiet;
+  quiet.builder.SetTestMode(false);
+  quiet.Parse(std::string(kDrop) + "hpropadd Feeder.d1 I 1\n", &ok);
+  EXPECT_TRUE(quiet.builder.InstancesWithHProp().empty());
+}
+
+TEST(ParseToGridTest, PropertySetsKeepTheirMembersAsTexts) {
+  GdfModel model;
+  bool ok = false;
+  model.Parse(
+      "prop I int32\nprop F float64\nprop IS int32set\nprop FS float64set\nprop S string\n"
+      "propset Set {\n  I \" 42 \"\n  F 2.5\n  IS [1,-2]\n  FS [1,2.5]\n  S 1e300\n  X_AUX float64 7\n}\n",
+      &ok);
+  ASSERT_TRUE(ok);
+  std::string texts;
+  for (ZELT_PropsetIter it = model.props.GetFirstProp("Set"); !model.props.IsEnd("Set", it); model.props.Next(it))
+    texts += std::to_string(model.props.GetPropType(it)) + ":" + model.props.GetPropValueStr(it) + " ";
+  EXPECT_EQ(texts, "4:42 8:2.5 3:[1,-2] 7:[1,2.5] 2:1e+300 8:7 ");
+}
+
+TEST(ParseToGridTest, ResolvesDottedTexts) {
+  GdfModel model;
+  model.Parse(kDrop);
+  ZELT_Grid_HEntity hent;
+  model.builder.ParseHEnt("Feeder.d2.P", hent);
+  ASSERT_EQ(hent.GetLength(), 2);
+  EXPECT_EQ(ZELT_Grid_Util::HEntToString(hent, model.grid), "Feeder.d2.P");
+  testing::internal::CaptureStderr();
+  model.builder.ParseHEnt("Feeder.d2.Q", hent);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Hierarchical entity 'Feeder.d2.Q' does not exist\n");
+}
+
+TEST(ParseToGridTest, RefusesValuesNoPropertyCanHold) {
+  GdfModel model;
+  const std::string head = "prop S string\nprop FS float64set\nckt C T\n";
+  bool ok = true;
+  std::string printed = model.Parse(head + "propadd C.T S \"" + std::string(65536, 'x') + "\"\n", &ok);
+  EXPECT_FALSE(ok);
+  EXPECT_NE(printed.find("ERROR: A value of type 'string' may hold at most 65535 characters"), std::string::npos);
+
+  GdfModel longest;
+  longest.Parse(head + "propadd C.T S \"" + std::string(65535, 'x') + "\"\n", &ok);
+  EXPECT_TRUE(ok);
+
+  std::string list = "[0";
+  for (int i = 1; i < 1100; ++i) list += ",1.5";
+  GdfModel set_member;
+  printed = set_member.Parse("prop FS float64set\npropset P {\n  FS " + list + "]\n}\n", &ok);
+  EXPECT_FALSE(ok);
+  EXPECT_NE(printed.find("ERROR: A number list in a property set may take at most 4095 characters"),
+            std::string::npos);
+  GdfModel instance;
+  instance.Parse(head + "propadd C.T FS " + list + "]\n", &ok);
+  EXPECT_TRUE(ok) << "instances take longer lists";
+}
+
+TEST(ParseToGridTest, BuildsTheBundledFeeders) {
+  // Instances, entities (nodes and instances) and connections of the prime circuit.
+  const struct {
+    const char* file;
+    int instances, entities, connections;
+  } feeders[] = {
+      {"/work/shared/data/feeders/ieee13.gdf", 36, 53, 54},
+      {"/work/shared/data/feeders/ieee123.gdf", 231, 362, 366},
+  };
+  for (const auto& f : feeders) {
+    const std::string text = ReadFile(f.file);
+    if (text.empty()) GTEST_SKIP() << f.file << " is not available";
+    GdfModel model;
+    bool ok = false;
+    int warnings = -1;
+    EXPECT_EQ(model.Parse(text, &ok, &warnings), "");
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(warnings, 0);
+    const ZELT_Grid_DefIter prime = model.grid.GetPrimeCircuitDef();
+    int instances = 0, entities = 0, connections = 0;
+    for (ZELT_Grid_EntityIter e = model.grid.GetFirstEntity(prime); !model.grid.IsEnd(e);
+         model.grid.NextEntity(prime, e)) {
+      ++entities;
+      if (model.grid.IsConnNode(prime, e)) {
+        for (ZELT_Grid_ConnectionIter c = model.grid.GetFirstConnection(prime, e); !model.grid.IsEnd(c);
+             model.grid.NextConnection(prime, e, c))
+          ++connections;
+      } else {
+        ++instances;
+      }
+    }
+    EXPECT_EQ(instances, f.instances) << f.file;
+    EXPECT_EQ(entities, f.entities) << f.file;
+    EXPECT_EQ(connections, f.connections) << f.file;
+  }
+}
+
+// Random edits of valid text must end in a model or an error report, never in
+// a consistency stop, a crash or a leak (the asan preset watches the last two).
+TEST(ParseToGridTest, SurvivesMutatedInput) {
+  const std::string base = std::string(kDrop) +
+                           "prop F float64set\nprop S string\n"
+                           "propset Set {\n  I 5\n  F [1,2]\n  A_AUX string \"a\"\n}\n"
+                           "propadd Feeder.d1 S \"x\"\nhpropadd Feeder.d2.P F [1, 2.5]\n"
+                           "propsetadd Drop.ld Set\nhpropsetadd Feeder.d1 Set\ndefpropadd Drop I 3\n"
+                           "container Feeder.d1 d2\nsupportadd Feeder.d1 d2\n"
+                           "condstate T Feeder {\n  d1 ON\n}\nhcondstate T {\n  Feeder.d1.ld OFF\n}\n"
+                           "assetclass Pole\nassetclassapply Drop Pole\nroot Feeder\n";
+  const char* const pieces[] = {".", " ", "\n", "{", "}", "[", "]", ",", "--", "-1", "2147483648", "2.5",
+                                "\"\"", "\"7\"", "'x'", "X_AUX", "zelt_grid_supporter", "int32set", "d1", "P",
+                                "Drop", "Feeder", "ld", "0", "ckt", "inst", "conn", "propadd", "elem", ";"};
+  std::mt19937 rng(20261122);
+  for (int round = 0; round < 400; ++round) {
+    std::string text = base;
+    const int edits = 1 + int(rng() % 4);
+    for (int e = 0; e < edits; ++e) {
+      const size_t at = rng() % text.size();
+      const size_t cut = rng() % 6;
+      text.replace(at, cut, pieces[rng() % (sizeof pieces / sizeof pieces[0])]);
+    }
+    GdfModel model;
+    model.Parse(text);
+    model.Dump();
+  }
+}
+
+} // namespace
