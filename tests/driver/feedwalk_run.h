@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -50,10 +49,25 @@ inline void WriteFile(const fs::path& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
 }
 
-// The orientation's running time differs from run to run.
-inline std::string MaskTime(const std::string& text) {
-  static const std::regex seconds(R"(edges in [0-9]+\.[0-9]+ sec\.)");
-  return std::regex_replace(text, seconds, "edges in <time> sec.");
+// The number written right after `label` in text, or -1 when label is absent.
+inline long NumberAfter(const std::string& text, const std::string& label) {
+  size_t at = text.find(label);
+  if (at == std::string::npos) return -1;
+  return strtol(text.c_str() + at + label.size(), nullptr, 10);
+}
+
+// The orientation's running time differs from run to run: "edges in 0.001234
+// sec." reads "edges in <time> sec.".
+inline std::string MaskTime(std::string text) {
+  const std::string label = " edges in ", unit = " sec.";
+  size_t start = text.find(label);
+  if (start == std::string::npos) return text;
+  start += label.size();
+  size_t end = text.find_first_not_of("0123456789.", start);
+  if (end > start && end != std::string::npos && text.compare(end, unit.size(), unit) == 0) {
+    text.replace(start, end - start, "<time>");
+  }
+  return text;
 }
 
 // A fresh directory, removed with everything in it at the end of the scope.
@@ -81,34 +95,53 @@ struct RunResult {
   std::string err;  // everything written to the standard error stream
 };
 
-// Runs feedwalk with args in dir; `env` entries ("NAME=value") are added to
-// the environment. Standard output is discarded.
+// feedwalk started with args in dir, running beside the test until Wait;
+// `env` entries ("NAME=value") are added to its environment. Standard output
+// is discarded, the standard error stream kept.
+class FeedwalkProcess {
+ public:
+  FeedwalkProcess(const std::vector<std::string>& args, const fs::path& dir, const std::vector<std::string>& env = {})
+      : _errfile(dir / ".feedwalk-stderr") {
+    std::string binary = FeedwalkBinary().string();
+    std::vector<std::string> argcopy(args), envcopy(env);
+    std::vector<char*> argv{binary.data()};
+    for (std::string& a : argcopy) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    _pid = fork();
+    if (_pid == 0) {
+      int err = open(_errfile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+      int null = open("/dev/null", O_WRONLY);
+      if (err < 0 || null < 0 || dup2(err, 2) < 0 || dup2(null, 1) < 0 || chdir(dir.c_str()) != 0) _exit(127);
+      unsetenv("FEEDWALK_PROFILE");  // only a test that asks for it sees the profile
+      for (std::string& e : envcopy) putenv(e.data());
+      execv(argv[0], argv.data());
+      _exit(127);
+    }
+  }
+  FeedwalkProcess(const FeedwalkProcess&) = delete;
+  FeedwalkProcess& operator=(const FeedwalkProcess&) = delete;
+  ~FeedwalkProcess() { Wait(); }
+
+  RunResult Wait() {
+    int wstatus = 0;
+    if (_pid > 0 && waitpid(_pid, &wstatus, 0) == _pid && WIFEXITED(wstatus)) _result.status = WEXITSTATUS(wstatus);
+    if (_pid > 0) {
+      _result.err = ReadFile(_errfile);
+      fs::remove(_errfile);
+    }
+    _pid = -1;
+    return _result;
+  }
+
+ private:
+  fs::path _errfile;
+  pid_t _pid;
+  RunResult _result;
+};
+
 inline RunResult RunFeedwalk(const std::vector<std::string>& args, const fs::path& dir,
                              const std::vector<std::string>& env = {}) {
-  fs::path errfile = dir / ".feedwalk-stderr";
-  std::string binary = FeedwalkBinary().string();
-  std::vector<char*> argv{binary.data()};
-  std::vector<std::string> argcopy(args);
-  for (std::string& a : argcopy) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  std::vector<std::string> envcopy(env);
-
-  pid_t pid = fork();
-  if (pid == 0) {
-    int err = open(errfile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    int null = open("/dev/null", O_WRONLY);
-    if (err < 0 || null < 0 || dup2(err, 2) < 0 || dup2(null, 1) < 0 || chdir(dir.c_str()) != 0) _exit(127);
-    unsetenv("FEEDWALK_PROFILE");  // only a test that asks for it sees the profile
-    for (std::string& e : envcopy) putenv(e.data());
-    execv(argv[0], argv.data());
-    _exit(127);
-  }
-  RunResult result;
-  int wstatus = 0;
-  if (pid > 0 && waitpid(pid, &wstatus, 0) == pid && WIFEXITED(wstatus)) result.status = WEXITSTATUS(wstatus);
-  result.err = ReadFile(errfile);
-  fs::remove(errfile);
-  return result;
+  return FeedwalkProcess(args, dir, env).Wait();
 }
 
 }  // namespace feedwalk_test
