@@ -27,11 +27,6 @@ std::vector<std::string> ListCases() {
   return names;
 }
 
-fs::path ModelOf(const std::string& name) {
-  fs::path own = CasesDir() / (name + ".gdf");
-  return fs::exists(own) ? own : SourceDir() / "examples" / (name + ".gdf");
-}
-
 std::string ReadIfPresent(const fs::path& path, const std::string& absent) {
   return fs::exists(path) ? ReadFile(path) : absent;
 }
@@ -40,8 +35,10 @@ class FeedwalkCase : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(FeedwalkCase, MatchesExpectedOutputMessagesAndStatus) {
   const std::string& name = GetParam();
+  fs::path model = CasesDir() / (name + ".gdf");
+  if (!fs::exists(model)) model = SourceDir() / "examples" / (name + ".gdf");
   ScratchDir dir;
-  fs::copy_file(ModelOf(name), dir / (name + ".gdf"));
+  fs::copy_file(model, dir / (name + ".gdf"));
   RunResult run = RunFeedwalk({name + ".gdf", name + ".edges"}, dir.path());
 
   EXPECT_EQ(run.status, std::stoi(ReadIfPresent(CasesDir() / (name + ".status"), "0")));

@@ -16,55 +16,38 @@ namespace feedwalk_test {
 
 namespace fs = std::filesystem;
 
-inline std::string EnvOr(const char* name, const char* fallback) {
-  const char* value = getenv(name);
-  return value != nullptr && value[0] != '\0' ? value : fallback;
-}
-
 // The source tree and the program, from the environment CTest sets, else from
 // the paths the build configured.
-inline fs::path SourceDir() { return EnvOr("FEEDWALK_SOURCE", FEEDWALK_SOURCE_DIR); }
-inline fs::path FeedwalkBinary() { return fs::path(EnvOr("FEEDWALK_BIN", FEEDWALK_BIN_DIR)) / "feedwalk"; }
-
-// The IEEE feeder samples, which a fresh clone may lack; empty when absent.
-inline fs::path FeedersDir() {
-  std::vector<fs::path> candidates;
-  if (const char* env = getenv("FEEDWALK_FEEDERS")) candidates.emplace_back(env);
-  candidates.push_back(SourceDir() / ".." / "shared" / "data" / "feeders");
-  candidates.emplace_back("/work/shared/data/feeders");
-  for (const fs::path& dir : candidates) {
-    if (fs::is_directory(dir)) return dir;
-  }
-  return {};
+inline fs::path SourceDir() {
+  const char* env = getenv("FEEDWALK_SOURCE");
+  return env && *env ? env : FEEDWALK_SOURCE_DIR;
+}
+inline fs::path FeedwalkBinary() {
+  const char* env = getenv("FEEDWALK_BIN");
+  return fs::path(env && *env ? env : FEEDWALK_BIN_DIR) / "feedwalk";
 }
 
 inline std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
-  text << in.rdbuf();
+  text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
-}
-
-inline void WriteFile(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
 }
 
 // The number written right after `label` in text, or -1 when label is absent.
 inline long NumberAfter(const std::string& text, const std::string& label) {
   size_t at = text.find(label);
-  if (at == std::string::npos) return -1;
-  return strtol(text.c_str() + at + label.size(), nullptr, 10);
+  return at == std::string::npos ? -1 : strtol(text.c_str() + at + label.size(), nullptr, 10);
 }
 
 // The orientation's running time differs from run to run: "edges in 0.001234
 // sec." reads "edges in <time> sec.".
 inline std::string MaskTime(std::string text) {
-  const std::string label = " edges in ", unit = " sec.";
+  const std::string label = " edges in ";
   size_t start = text.find(label);
   if (start == std::string::npos) return text;
   start += label.size();
   size_t end = text.find_first_not_of("0123456789.", start);
-  if (end > start && end != std::string::npos && text.compare(end, unit.size(), unit) == 0) {
+  if (end != std::string::npos && end > start && text.compare(end, 5, " sec.") == 0) {
     text.replace(start, end - start, "<time>");
   }
   return text;
@@ -73,21 +56,20 @@ inline std::string MaskTime(std::string text) {
 // A fresh directory, removed with everything in it at the end of the scope.
 class ScratchDir {
  public:
-  ScratchDir() {
-    std::string pattern = (fs::temp_directory_path() / "feedwalk-test-XXXXXX").string();
-    _path = mkdtemp(pattern.data()) ? fs::path(pattern) : fs::path();
+  ScratchDir() : _path((fs::temp_directory_path() / "feedwalk-test-XXXXXX").string()) {
+    if (!mkdtemp(_path.data())) _path.clear();
   }
   ~ScratchDir() {
     std::error_code ignored;
-    fs::remove_all(_path, ignored);
+    if (!_path.empty()) fs::remove_all(_path, ignored);
   }
   ScratchDir(const ScratchDir&) = delete;
   ScratchDir& operator=(const ScratchDir&) = delete;
-  const fs::path& path() const { return _path; }
-  fs::path operator/(const std::string& name) const { return _path / name; }
+  fs::path path() const { return _path; }
+  fs::path operator/(const std::string& name) const { return path() / name; }
 
  private:
-  fs::path _path;
+  std::string _path;
 };
 
 struct RunResult {
@@ -95,40 +77,37 @@ struct RunResult {
   std::string err;  // everything written to the standard error stream
 };
 
-// feedwalk started with args in dir, running beside the test until Wait;
-// `env` entries ("NAME=value") are added to its environment. Standard output
+// feedwalk started with args in dir, running beside the test until Wait.
+// `env` entries ("NAME=value") are added to its environment; standard output
 // is discarded, the standard error stream kept.
 class FeedwalkProcess {
  public:
-  FeedwalkProcess(const std::vector<std::string>& args, const fs::path& dir, const std::vector<std::string>& env = {})
+  FeedwalkProcess(std::vector<std::string> args, const fs::path& dir, std::vector<std::string> env = {})
       : _errfile(dir / ".feedwalk-stderr") {
     std::string binary = FeedwalkBinary().string();
-    std::vector<std::string> argcopy(args), envcopy(env);
     std::vector<char*> argv{binary.data()};
-    for (std::string& a : argcopy) argv.push_back(a.data());
+    for (std::string& a : args) argv.push_back(a.data());
     argv.push_back(nullptr);
     _pid = fork();
-    if (_pid == 0) {
-      int err = open(_errfile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-      int null = open("/dev/null", O_WRONLY);
-      if (err < 0 || null < 0 || dup2(err, 2) < 0 || dup2(null, 1) < 0 || chdir(dir.c_str()) != 0) _exit(127);
-      unsetenv("FEEDWALK_PROFILE");  // only a test that asks for it sees the profile
-      for (std::string& e : envcopy) putenv(e.data());
-      execv(argv[0], argv.data());
-      _exit(127);
-    }
+    if (_pid != 0) return;
+    int err = open(_errfile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    int null = open("/dev/null", O_WRONLY);
+    if (err < 0 || null < 0 || dup2(err, 2) < 0 || dup2(null, 1) < 0 || chdir(dir.c_str()) != 0) _exit(127);
+    unsetenv("FEEDWALK_PROFILE");  // only a test that asks for it sees the profile
+    for (std::string& e : env) putenv(e.data());
+    execv(argv[0], argv.data());
+    _exit(127);
   }
   FeedwalkProcess(const FeedwalkProcess&) = delete;
   FeedwalkProcess& operator=(const FeedwalkProcess&) = delete;
   ~FeedwalkProcess() { Wait(); }
 
   RunResult Wait() {
+    if (_pid <= 0) return _result;
     int wstatus = 0;
-    if (_pid > 0 && waitpid(_pid, &wstatus, 0) == _pid && WIFEXITED(wstatus)) _result.status = WEXITSTATUS(wstatus);
-    if (_pid > 0) {
-      _result.err = ReadFile(_errfile);
-      fs::remove(_errfile);
-    }
+    if (waitpid(_pid, &wstatus, 0) == _pid && WIFEXITED(wstatus)) _result.status = WEXITSTATUS(wstatus);
+    _result.err = ReadFile(_errfile);
+    fs::remove(_errfile);
     _pid = -1;
     return _result;
   }
@@ -139,9 +118,8 @@ class FeedwalkProcess {
   RunResult _result;
 };
 
-inline RunResult RunFeedwalk(const std::vector<std::string>& args, const fs::path& dir,
-                             const std::vector<std::string>& env = {}) {
-  return FeedwalkProcess(args, dir, env).Wait();
+inline RunResult RunFeedwalk(std::vector<std::string> args, const fs::path& dir, std::vector<std::string> env = {}) {
+  return FeedwalkProcess(std::move(args), dir, std::move(env)).Wait();
 }
 
 }  // namespace feedwalk_test

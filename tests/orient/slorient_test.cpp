@@ -20,32 +20,31 @@ const char* const kDifferingDefsWarning =
 
 class SLOrientTest : public ::testing::Test {
  protected:
-  std::vector<ZELT_Grid_HEntity> Sources(const std::vector<const char*>& names) {
-    std::vector<ZELT_Grid_HEntity> sources;
-    for (const char* n : names) sources.push_back(m.Path(ckt, n));
-    return sources;
-  }
-
-  // The pairs as the driver prints them, "from to".
-  Lines OrientFrom(std::vector<ZELT_Grid_HEntity> sources) {
-    std::vector<ZELT_Grid_HEntityPair> pairs;
-    ZELT_Grid_SLOrient(m.gm, sources, cst, pairs);
-    return Print(pairs);
-  }
-  Lines Orient(const std::vector<const char*>& names) { return OrientFrom(Sources(names)); }
-
-  Lines Print(const std::vector<ZELT_Grid_HEntityPair>& pairs) const {
+  // The pairs as the driver prints them, "from to"; err receives the standard error stream.
+  Lines OrientFrom(std::vector<ZELT_Grid_HEntity> sources, const ZELT_Grid_CondStateSetSL& states,
+                   std::string* err = nullptr) {
+    std::vector<ZELT_Grid_HEntityPair> pairs(1);  // to be cleared
+    testing::internal::CaptureStderr();
+    ZELT_Grid_SLOrient(m.gm, sources, states, pairs);
+    std::string captured = testing::internal::GetCapturedStderr();
+    if (err) *err = captured;
     Lines lines;
     for (const ZELT_Grid_HEntityPair& p : pairs) lines.push_back(m.Name(p.first) + " " + m.Name(p.second));
     return lines;
   }
+  Lines Orient(const std::vector<std::string>& names) { return OrientFrom(Sources(names), cst); }
+
+  std::vector<ZELT_Grid_HEntity> Sources(const std::vector<std::string>& names) {
+    std::vector<ZELT_Grid_HEntity> sources;
+    for (const std::string& n : names) sources.push_back(m.Path(ckt, n));
+    return sources;
+  }
 
   // Every finished entity of the circuit with its finishing number.
-  Numbers FinishingNumbers(const std::vector<const char*>& names) {
+  Numbers FinishingNumbers(const std::vector<std::string>& names) {
     std::vector<ZELT_Grid_HEntity> sources = Sources(names);
     ZELT_Grid_DefAssoc<long> depths(m.gm, ckt, -1);
-    ZELT_Grid_DefAssoc<bool> visited(m.gm, ckt, false);
-    ZELT_Grid_DefAssoc<bool> touched(m.gm, ckt, false);
+    ZELT_Grid_DefAssoc<bool> visited(m.gm, ckt, false), touched(m.gm, ckt, false);
     VisitorSLOrient visitor(cst, depths);
     ZELT_Grid_SLBFS_Base_Multi_Source(m.gm, sources, visitor, visited, touched);
     Numbers numbers;
@@ -55,7 +54,7 @@ class SLOrientTest : public ::testing::Test {
     return numbers;
   }
 
-  void SetOff(const char* name) { cst.SetState(m.Ent(ckt, name), OFF); }
+  void SetOff(const std::string& name) { cst.SetState(m.Ent(ckt, name), OFF); }
 
   TestModel m;
   ZELT_Grid_DefIter ckt = m.Circuit("Feeder");
@@ -66,15 +65,11 @@ class SLOrientTest : public ::testing::Test {
 //   S --0-- N --0-- A        N's connections, newest first: A, B, S
 //           +--0--- B
 TEST_F(SLOrientTest, NodeChainsItsNeighboursInFinishingOrder) {
-  m.Node(ckt, "N");
-  m.Device(ckt, "S", 1);
-  m.Device(ckt, "A", 1);
-  m.Device(ckt, "B", 1);
-  m.Connect(ckt, "S", 0, "N");
-  m.Connect(ckt, "B", 0, "N");
-  m.Connect(ckt, "A", 0, "N");
+  m.Wire(ckt, "S.0-N B.0-N A.0-N");
   EXPECT_EQ(FinishingNumbers({"S"}), (Numbers{{"S", 0}, {"N", 1}, {"A", 2}, {"B", 3}}));
-  EXPECT_EQ(Orient({"S"}), (Lines{"Feeder.S Feeder.A", "Feeder.A Feeder.B"}));
+  Lines first = Orient({"S"});
+  EXPECT_EQ(first, (Lines{"Feeder.S Feeder.A", "Feeder.A Feeder.B"}));
+  EXPECT_EQ(Orient({"S"}), first);  // nothing is kept between calls
 }
 
 //   S --0-- N --0-- A --1-- M --0-- Z
@@ -82,21 +77,7 @@ TEST_F(SLOrientTest, NodeChainsItsNeighboursInFinishingOrder) {
 // C is never entered, so N (which sees C unfinished) and K (whose
 // neighbours are all unreached) are silent; M still chains A to Z.
 TEST_F(SLOrientTest, OffNeighbourSilencesItsNode) {
-  m.Node(ckt, "N");
-  m.Node(ckt, "M");
-  m.Node(ckt, "K");
-  m.Device(ckt, "S", 1);
-  m.Device(ckt, "A");
-  m.Device(ckt, "C");
-  m.Device(ckt, "Z", 1);
-  m.Device(ckt, "Q", 1);
-  m.Connect(ckt, "S", 0, "N");
-  m.Connect(ckt, "C", 0, "N");
-  m.Connect(ckt, "A", 0, "N");
-  m.Connect(ckt, "A", 1, "M");
-  m.Connect(ckt, "Z", 0, "M");
-  m.Connect(ckt, "C", 1, "K");
-  m.Connect(ckt, "Q", 0, "K");
+  m.Wire(ckt, "S.0-N C.0-N A.0-N A.1-M Z.0-M C.1-K Q.0-K");
   SetOff("C");
   EXPECT_EQ(FinishingNumbers({"S"}), (Numbers{{"S", 0}, {"N", 1}, {"A", 2}, {"M", 3}, {"Z", 4}}));
   EXPECT_EQ(Orient({"S"}), (Lines{"Feeder.A Feeder.Z"}));
@@ -115,25 +96,11 @@ TEST_F(SLOrientTest, OffNeighbourSilencesItsNode) {
 //                   L(13)
 // M's neighbours finish as 4, 9 and 12: a chain 4 -> 9 -> 12, not a star.
 TEST_F(SLOrientTest, NodeEmitsAChainNotAStar) {
-  m.Node(ckt, "N1");
-  m.Node(ckt, "M");
-  m.Node(ckt, "P");
-  m.Device(ckt, "S", 1);
-  for (const char* load : {"D2", "D3", "D6", "D7", "D8", "Z", "L"}) m.Device(ckt, load, 1);
-  for (const char* line : {"D4", "D5", "D9"}) m.Device(ckt, line, 2);
-  m.Connect(ckt, "S", 0, "N1");
-  for (const char* d : {"D9", "D8", "D7", "D6", "D5", "D4", "D3", "D2"}) m.Connect(ckt, d, 0, "N1");
-  m.Connect(ckt, "D4", 1, "M");
-  m.Connect(ckt, "D9", 1, "M");
-  m.Connect(ckt, "D5", 1, "P");
-  m.Connect(ckt, "Z", 0, "M");
-  m.Connect(ckt, "L", 0, "P");
-
+  m.Wire(ckt, "S.0-N1 D9.0-N1 D4.1-M D5.1-P D8.0-N1 D7.0-N1 D6.0-N1 D5.0-N1 D4.0-N1 D3.0-N1 D2.0-N1 "
+              "D9.1-M Z.0-M L.0-P");
   Numbers numbers = FinishingNumbers({"S"});
   EXPECT_EQ(numbers["D4"], 4);
   EXPECT_EQ(numbers["D9"], 9);
-  EXPECT_EQ(numbers["M"], 10);
-  EXPECT_EQ(numbers["P"], 11);
   EXPECT_EQ(numbers["Z"], 12);
   EXPECT_EQ(numbers["L"], 13);
   EXPECT_EQ(Orient({"S"}), (Lines{"Feeder.S Feeder.D2", "Feeder.D2 Feeder.D3", "Feeder.D3 Feeder.D4",
@@ -143,162 +110,63 @@ TEST_F(SLOrientTest, NodeEmitsAChainNotAStar) {
                                   "Feeder.D5 Feeder.L"}));                       // P
 }
 
-//   S(OFF) --0-- N --0-- A       an OFF source is searched from all the same
-TEST_F(SLOrientTest, OffSourceIsStillSearchedFrom) {
-  m.Node(ckt, "N");
-  m.Device(ckt, "S", 1);
-  m.Device(ckt, "A", 1);
-  m.Connect(ckt, "S", 0, "N");
-  m.Connect(ckt, "A", 0, "N");
+//   S1 --0-- N1 --1-- L --0-- N2 --0-- S2     two breakers, listed S2 first;
+//   S(OFF) --0-- K --0-- A                    an OFF source is searched from
+TEST_F(SLOrientTest, SourcesFinishFirstInTheirOrderEvenWhenOff) {
+  m.Wire(ckt, "S1.0-N1 L.1-N1 L.0-N2 S2.0-N2 S.0-K A.0-K");
   SetOff("S");
-  EXPECT_EQ(Orient({"S"}), (Lines{"Feeder.S Feeder.A"}));
+  EXPECT_EQ(FinishingNumbers({"S2", "S1", "S"}),
+            (Numbers{{"S2", 0}, {"S1", 1}, {"S", 2}, {"N2", 3}, {"N1", 4}, {"K", 5}, {"L", 6}, {"A", 7}}));
+  EXPECT_EQ(Orient({"S2", "S1", "S"}), (Lines{"Feeder.S1 Feeder.L", "Feeder.S2 Feeder.L", "Feeder.S Feeder.A"}));
 }
 
-//   S1 --0-- N1 --1-- L --0-- N2 --0-- S2       two breakers feeding one line
-TEST_F(SLOrientTest, TwoSourcesFinishFirstInTheirOrder) {
-  m.Node(ckt, "N1");
-  m.Node(ckt, "N2");
-  m.Device(ckt, "S1", 1);
-  m.Device(ckt, "S2", 1);
-  m.Device(ckt, "L");
-  m.Connect(ckt, "S1", 0, "N1");
-  m.Connect(ckt, "L", 1, "N1");
-  m.Connect(ckt, "L", 0, "N2");
-  m.Connect(ckt, "S2", 0, "N2");
-  EXPECT_EQ(FinishingNumbers({"S2", "S1"}), (Numbers{{"S2", 0}, {"S1", 1}, {"N2", 2}, {"N1", 3}, {"L", 4}}));
-  EXPECT_EQ(Orient({"S2", "S1"}), (Lines{"Feeder.S1 Feeder.L", "Feeder.S2 Feeder.L"}));
-}
-
-//   S --0-- N --0-- A           S reaches N through both of its terminals;
-//   S --1-- N                   S counts once among N's neighbours.
+//   S --0-- N --0-- A           S reaches N through both terminals: it
+//   S --1-- N                   counts once among N's neighbours.
 //   U1 --0-- X --0-- U2         an island: X's neighbours are never reached
-//   Y                           a node without connections
 TEST_F(SLOrientTest, RepeatedNeighbourCountsOnceAndUnreachedPartsGiveNothing) {
-  m.Node(ckt, "N");
-  m.Node(ckt, "X");
-  m.Node(ckt, "Y");
-  m.Device(ckt, "S", 2);
-  m.Device(ckt, "A", 1);
-  m.Device(ckt, "U1", 1);
-  m.Device(ckt, "U2", 1);
-  m.Connect(ckt, "S", 0, "N");
-  m.Connect(ckt, "S", 1, "N");
-  m.Connect(ckt, "A", 0, "N");
-  m.Connect(ckt, "U1", 0, "X");
-  m.Connect(ckt, "U2", 0, "X");
+  m.Wire(ckt, "S.0-N S.1-N A.0-N U1.0-X U2.0-X");
   EXPECT_EQ(Orient({"S"}), (Lines{"Feeder.S Feeder.A"}));
+  EXPECT_EQ(Orient({"U1"}), (Lines{"Feeder.U1 Feeder.U2"}));
 }
 
-TEST_F(SLOrientTest, SourceWithoutConnectionsGivesNothing) {
-  m.Device(ckt, "S", 1);
-  m.Node(ckt, "N");
-  EXPECT_TRUE(Orient({"S"}).empty());
-}
-
-TEST_F(SLOrientTest, RepeatedCallsGiveTheSamePairsAndClearTheResultFirst) {
-  m.Node(ckt, "N");
-  m.Device(ckt, "S", 1);
-  m.Device(ckt, "A", 1);
-  m.Device(ckt, "B", 1);
-  m.Connect(ckt, "S", 0, "N");
-  m.Connect(ckt, "B", 0, "N");
-  m.Connect(ckt, "A", 0, "N");
-  std::vector<ZELT_Grid_HEntity> sources = Sources({"S"});
-  std::vector<ZELT_Grid_HEntityPair> pairs;
-  ZELT_Grid_SLOrient(m.gm, sources, cst, pairs);
-  Lines first = Print(pairs);
-  ZELT_Grid_SLOrient(m.gm, sources, cst, pairs);
-  EXPECT_EQ(Print(pairs), first);
-  EXPECT_EQ(first.size(), 2u);
-}
-
-TEST_F(SLOrientTest, NoSourcesGiveNothingAndNoWarning) {
-  m.Node(ckt, "N");
-  std::vector<ZELT_Grid_HEntityPair> pairs{{m.Path(ckt, "N"), m.Path(ckt, "N")}};
-  std::vector<ZELT_Grid_HEntity> none;
-  testing::internal::CaptureStderr();
-  ZELT_Grid_SLOrient(m.gm, none, cst, pairs);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  EXPECT_TRUE(pairs.empty());
-}
-
-TEST_F(SLOrientTest, SourcesInTwoDefinitionsWarnAndGiveNothing) {
-  m.Node(ckt, "N");
-  m.Device(ckt, "S", 1);
-  m.Device(ckt, "A", 1);
-  m.Connect(ckt, "S", 0, "N");
-  m.Connect(ckt, "A", 0, "N");
+TEST_F(SLOrientTest, NoSourcesOrSourcesInTwoDefinitionsGiveNothing) {
+  m.Wire(ckt, "S.0-N A.0-N");
+  std::string err;
+  EXPECT_TRUE(OrientFrom({}, cst, &err).empty());
+  EXPECT_EQ(err, "");
   ZELT_Grid_DefIter other = m.Circuit("Other");
-  m.Device(other, "S", 1);
-  std::vector<ZELT_Grid_HEntity> sources{m.Path(ckt, "S"), m.Path(other, "S")};
-  std::vector<ZELT_Grid_HEntityPair> pairs{{m.Path(ckt, "S"), m.Path(ckt, "A")}};
-  testing::internal::CaptureStderr();
-  ZELT_Grid_SLOrient(m.gm, sources, cst, pairs);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), kDifferingDefsWarning);
-  EXPECT_TRUE(pairs.empty());
+  m.Wire(other, "S.0-N");
+  EXPECT_TRUE(OrientFrom({m.Path(ckt, "S"), m.Path(other, "S")}, cst, &err).empty());
+  EXPECT_EQ(err, kDifferingDefsWarning);
 }
 
 // Sources inside an instantiated circuit: the search runs in that circuit and
 // the pairs keep the path down to it.
-//
 //   Top:  I1, I2 instances of Sub          Sub:  S --0-- N --0-- A
-class SLOrientInstancesTest : public ::testing::Test {
- protected:
-  TestModel m;
-  ZELT_Grid_DefIter sub = m.Circuit("Sub");
-  ZELT_Grid_DefIter top = m.Circuit("Top");
-
-  void SetUp() override {
-    m.Node(sub, "N");
-    m.Device(sub, "S", 1);
-    m.Device(sub, "S2", 1);
-    m.Device(sub, "A", 1);
-    m.Connect(sub, "S", 0, "N");
-    m.Connect(sub, "S2", 0, "N");
-    m.Connect(sub, "A", 0, "N");
-    m.Instance(top, "I1", sub);
-    m.Instance(top, "I2", sub);
-  }
-
-  std::string Orient(std::vector<ZELT_Grid_HEntity> sources, Lines& lines) {
-    ZELT_Grid_CondStateSetSL cst(m.gm, sub);
-    std::vector<ZELT_Grid_HEntityPair> pairs;
-    testing::internal::CaptureStderr();
-    ZELT_Grid_SLOrient(m.gm, sources, cst, pairs);
-    for (const ZELT_Grid_HEntityPair& p : pairs) lines.push_back(m.Name(p.first) + " " + m.Name(p.second));
-    return testing::internal::GetCapturedStderr();
-  }
-};
-
-TEST_F(SLOrientInstancesTest, SourcesInOneInstanceKeepItsPath) {
-  Lines lines;
-  EXPECT_EQ(Orient({m.Path(top, "I2", "S"), m.Path(top, "I2", "S2")}, lines), "");
-  EXPECT_EQ(lines, (Lines{"Top.I2.S Top.I2.S2", "Top.I2.S2 Top.I2.A"}));
+//                                                S2 --0-- N
+TEST_F(SLOrientTest, SourcesInOneInstanceKeepItsPathAndInTwoWarn) {
+  ZELT_Grid_DefIter sub = m.Circuit("Sub"), top = m.Circuit("Top");
+  m.Wire(sub, "S.0-N S2.0-N A.0-N");
+  m.Instance(top, "I1", sub);
+  m.Instance(top, "I2", sub);
+  ZELT_Grid_CondStateSetSL sub_states(m.gm, sub);
+  std::string err;
+  EXPECT_EQ(OrientFrom({m.Path(top, "I2", "S"), m.Path(top, "I2", "S2")}, sub_states, &err),
+            (Lines{"Top.I2.S Top.I2.S2", "Top.I2.S2 Top.I2.A"}));
+  EXPECT_EQ(err, "");
+  EXPECT_TRUE(OrientFrom({m.Path(top, "I1", "S"), m.Path(top, "I2", "S2")}, sub_states, &err).empty());
+  EXPECT_EQ(err, kDifferingDefsWarning);
+  EXPECT_TRUE(OrientFrom({m.Path(top, "I1", "S"), m.Path(sub, "S2")}, sub_states, &err).empty());
+  EXPECT_EQ(err, kDifferingDefsWarning);
 }
 
-TEST_F(SLOrientInstancesTest, SourcesInTwoInstancesWarnAndGiveNothing) {
-  Lines lines;
-  EXPECT_EQ(Orient({m.Path(top, "I1", "S"), m.Path(top, "I2", "S2")}, lines), kDifferingDefsWarning);
-  EXPECT_TRUE(lines.empty());
-}
-
-TEST_F(SLOrientInstancesTest, SourcesAtDifferentDepthsWarn) {
-  Lines lines;
-  EXPECT_EQ(Orient({m.Path(top, "I1", "S"), m.Path(sub, "S2")}, lines), kDifferingDefsWarning);
-  EXPECT_TRUE(lines.empty());
-}
-
-TEST(MakeHEntity, ReplacesOnlyTheLastStep) {
-  TestModel m;
-  ZELT_Grid_DefIter sub = m.Circuit("Sub");
-  ZELT_Grid_DefIter top = m.Circuit("Top");
-  m.Node(sub, "N");
-  m.Node(sub, "K");
+TEST_F(SLOrientTest, MakeHEntityReplacesOnlyTheLastStep) {
+  ZELT_Grid_DefIter sub = m.Circuit("Sub"), top = m.Circuit("Top");
+  m.Wire(sub, "X.0-N X.1-K");
   m.Instance(top, "I", sub);
   ZELT_Grid_HEntity from = m.Path(top, "I", "N");
-  ZELT_Grid_HEntity made = MakeHEntity(m.gm, from, sub, m.Ent(sub, "K"));
-  EXPECT_TRUE(made == m.Path(top, "I", "K"));
-  EXPECT_EQ(m.Name(from), "Top.I.N");  // the original is left alone
+  EXPECT_TRUE(MakeHEntity(m.gm, from, sub, m.Ent(sub, "K")) == m.Path(top, "I", "K"));
+  EXPECT_EQ(m.Name(from), "Top.I.N");
 }
 
 }  // namespace

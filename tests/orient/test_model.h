@@ -1,7 +1,9 @@
-// Grid models built in code for the orientation tests: named circuits, nodes and devices.
+// Grid models built in code for the orientation tests: circuits wired from a one-line description.
 #pragma once
 
+#include <algorithm>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,58 +18,62 @@ class TestModel {
  public:
   ZELT_Grid gm;
 
-  ZELT_Grid_DefIter Circuit(const char* name, const std::vector<const char*>& terminals = {}) {
-    ZELT_Grid_DefIter def = gm.AddCircuitDef(_next_def_id++, name);
-    for (const char* t : terminals) gm.AddTerminal(def, _next_id++, t);
-    return def;
+  ZELT_Grid_DefIter Circuit(const char* name) { return gm.AddCircuitDef(_next_def_id++, name); }
+  ZELT_Grid_EntityIter Node(ZELT_Grid_DefIter def, const std::string& name) {
+    return gm.AddConnNode(def, _next_id++, name.c_str());
+  }
+  ZELT_Grid_EntityIter Instance(ZELT_Grid_DefIter def, const std::string& name, ZELT_Grid_DefIter type) {
+    return gm.AddInstance(def, type, _next_id++, name.c_str());
   }
 
-  ZELT_Grid_EntityIter Node(ZELT_Grid_DefIter def, const char* name) {
-    return gm.AddConnNode(def, _next_id++, name);
+  // Wires def from connections written "DEV.T-NODE", blank-separated and in
+  // the order they are made: terminal T of device DEV to node NODE. Nodes are
+  // made first, then devices, each in order of first mention; a device gets
+  // as many terminals as its highest terminal number needs.
+  void Wire(ZELT_Grid_DefIter def, const std::string& connections) {
+    struct Conn {
+      std::string device, node;
+      int terminal;
+    };
+    std::vector<Conn> conns;
+    std::vector<std::string> nodes, devices;
+    std::map<std::string, int> terminals;
+    std::istringstream in(connections);
+    for (std::string word; in >> word;) {
+      size_t dot = word.find('.'), dash = word.find('-');
+      Conn c{word.substr(0, dot), word.substr(dash + 1), std::stoi(word.substr(dot + 1, dash - dot - 1))};
+      if (!terminals.count(c.device)) devices.push_back(c.device);
+      if (std::find(nodes.begin(), nodes.end(), c.node) == nodes.end()) nodes.push_back(c.node);
+      terminals[c.device] = std::max(terminals[c.device], c.terminal + 1);
+      conns.push_back(c);
+    }
+    for (const std::string& n : nodes) Node(def, n);
+    for (const std::string& d : devices) Instance(def, d, Element(terminals[d]));
+    for (const Conn& c : conns) {
+      ZELT_Grid_DefIter type = gm.GetDefinition(def, Ent(def, c.device));
+      ZELT_Grid_HEntity end = Path(def, c.device);
+      AppendStep(end, type, gm.GetEntityFromName(type, std::to_string(c.terminal).c_str()));
+      gm.AddConnection(end, Path(def, c.node), _next_id++);
+    }
   }
 
-  // A device with nterminals terminals.
-  ZELT_Grid_EntityIter Device(ZELT_Grid_DefIter def, const char* name, int nterminals = 2) {
-    return gm.AddInstance(def, Element(nterminals), _next_id++, name);
+  ZELT_Grid_EntityIter Ent(ZELT_Grid_DefIter def, const std::string& name) {
+    return gm.GetEntityFromName(def, name.c_str());
   }
 
-  ZELT_Grid_EntityIter Instance(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_DefIter type) {
-    return gm.AddInstance(def, type, _next_id++, name);
-  }
-
-  // Connects terminal `terminal` of the instance `inst` to the node `node` of def.
-  void Connect(ZELT_Grid_DefIter def, const char* inst, const char* terminal, const char* node) {
-    ZELT_Grid_EntityIter i = Ent(def, inst);
-    ZELT_Grid_HEntity end = Path(def, inst);
-    AppendStep(end, gm.GetDefinition(def, i), gm.GetEntityFromName(gm.GetDefinition(def, i), terminal));
-    gm.AddConnection(end, Path(def, node), _next_id++);
-  }
-  void Connect(ZELT_Grid_DefIter def, const char* device, int terminal, const char* node) {
-    Connect(def, device, std::to_string(terminal).c_str(), node);
-  }
-
-  ZELT_Grid_EntityIter Ent(ZELT_Grid_DefIter def, const char* name) { return gm.GetEntityFromName(def, name); }
-
-  // The one-step path of the entity named `name` in def.
-  ZELT_Grid_HEntity Path(ZELT_Grid_DefIter def, const char* name) {
+  // The path from def to `name`, through the instances named before it.
+  ZELT_Grid_HEntity Path(ZELT_Grid_DefIter def, const std::string& name, const std::string& inner = "") {
     ZELT_Grid_HEntity h;
     AppendStep(h, def, Ent(def, name));
-    return h;
-  }
-
-  // The path through the instance `inst` of def down to `name` inside it.
-  ZELT_Grid_HEntity Path(ZELT_Grid_DefIter def, const char* inst, const char* name) {
-    ZELT_Grid_HEntity h = Path(def, inst);
-    ZELT_Grid_DefIter inner = gm.GetDefinition(def, Ent(def, inst));
-    AppendStep(h, inner, Ent(inner, name));
+    if (!inner.empty()) {
+      ZELT_Grid_DefIter type = gm.GetDefinition(def, Ent(def, name));
+      AppendStep(h, type, Ent(type, inner));
+    }
     return h;
   }
 
   std::string Name(const ZELT_Grid_HEntity& h) const { return ZELT_Grid_Util::HEntToString(h, gm); }
-  std::string Name(ZELT_Grid_DefIter def, const ZELT_Grid_EntityIter& e) const {
-    const char* name = gm.GetEntityName(def, e);
-    return name ? name : "{}";
-  }
+  std::string Name(ZELT_Grid_DefIter def, const ZELT_Grid_EntityIter& e) const { return gm.GetEntityName(def, e); }
 
  private:
   ZELT_Grid_DefIter Element(int nterminals) {
@@ -76,9 +82,7 @@ class TestModel {
     std::vector<long> termids;
     for (int t = 0; t < nterminals; ++t) termids.push_back(t);
     std::string name = "Dev" + std::to_string(nterminals);
-    ZELT_Grid_DefIter def = gm.AddElementDef(_next_def_id++, nterminals, termids.data(), name.c_str());
-    _elements.emplace(nterminals, def);
-    return def;
+    return _elements[nterminals] = gm.AddElementDef(_next_def_id++, nterminals, termids.data(), name.c_str());
   }
 
   void AppendStep(ZELT_Grid_HEntity& h, ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
