@@ -44,7 +44,7 @@ TEST(CondStateSet, EntitiesAddedLaterReadUnset) {
   ZELT_Grid_CondStateSetSL cst(m.gm, ckt);
   cst.SetState(first, OFF);
   std::vector<ZELT_Grid_EntityIter> later;
-  for (int i = 1; i <= 200; ++i) later.push_back(m.Node(ckt, "N" + std::to_string(i)));
+  for (int i = 1; i <= 200; ++i) later.push_back(m.Node(ckt, std::string("N").append(std::to_string(i))));
   for (const ZELT_Grid_EntityIter& e : later) ASSERT_EQ(cst.GetState(e), UNSET);
   EXPECT_EQ(cst.GetState(first), OFF);
 }
