@@ -2,6 +2,7 @@
 #include "gdf/gdf_actions.h"
 
 #include <array>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -33,7 +34,7 @@ struct ParserState {
   Text curr_section;  // lent to the builder while its section is read
   Text curr_tag;      // of a condstate block
   ZELT_Grid_HEntity curr_hent;
-  ZELT_Grid_PropKeyAndType curr_prop{-1, ZELT_Grid_ValueType(gdf_kNone)};
+  ZELT_Grid_PropKeyAndType curr_prop{-1, ZELT_Grid_ValueType::none};
   PropAction curr_propaction = GDF_PROP_ADD;
   int warnings = 0;
   char msg[133] = {};
@@ -108,7 +109,7 @@ bool Check(bool ok, const char* message) { return ok || Fail(message); }
 
 bool InPropertySet() { return S.curr_propaction == GDF_PROPSET_ADD; }
 
-int CurrentType() { return static_cast<int>(S.curr_prop.type); }
+ZELT_Grid_ValueType CurrentType() { return S.curr_prop.type; }
 
 // Prints a coercion's warning or error, which names the property's type.
 bool Report(const gdf_Verdict& verdict) {
@@ -141,8 +142,9 @@ const char** BorrowTerminals() {
     if (ref.terminal) {
       S.borrowed.push_back(ref.terminal.get());
     } else {
-      snprintf(S.numbers[i].data(), S.numbers[i].size(), "%lld", static_cast<long long>(ref.number));
-      S.borrowed.push_back(S.numbers[i].data());
+      char* digits = S.numbers[i].data();
+      *std::to_chars(digits, digits + S.numbers[i].size() - 1, ref.number).ptr = '\0';
+      S.borrowed.push_back(digits);
     }
   }
   return S.borrowed.data();
@@ -158,7 +160,7 @@ int Count(size_t size) { return static_cast<int>(size); }
 
 // ---- Properties ----
 
-ZELT_Grid_PropKeyAndType ValueKey() { return {S.curr_prop.key, ZELT_Grid_ValueType(S.value.type)}; }
+ZELT_Grid_PropKeyAndType ValueKey() { return {S.curr_prop.key, S.value.type}; }
 
 // The property must not be on the statement's target yet.
 bool CheckNotOnTarget() {
@@ -378,9 +380,9 @@ bool gdf_check_property_defined(const char* name) {
   return Check(S.curr_prop.key != -1, "ERROR: Property is not defined");
 }
 
-void gdf_add_property(char* name, int type) {
+void gdf_add_property(char* name, ZELT_Grid_ValueType type) {
   Text owned(name);
-  S.gdf->AddProp(name, ZELT_Grid_ValueType(type), ZELT_PropType::STATIC);
+  S.gdf->AddProp(name, type, ZELT_PropType::STATIC);
 }
 
 void gdf_add_ts_property(char* name, int field_type) {
@@ -398,15 +400,15 @@ bool gdf_select_property(char* name) {
   if (!gdf_check_property_defined(name)) return false;
   // Reserved keys hold the grid's own sections and support lists, and time-series
   // properties take their values from their data sources: neither takes a value here.
-  if (S.curr_prop.key < ZELT_Grid_GDF_ParseToGrid::kFirstUserPropKey)
+  if (S.curr_prop.key < ZELT_NUM_RESERVED_PROPS)
     return Fail("ERROR: Property is reserved for the grid model");
   if (S.gdf->IsTSProp(name)) return Fail("ERROR: Property is a time-series property and takes no value here");
   return CheckNotOnTarget();
 }
 
-bool gdf_select_aux_property(char* name, int type) {
+bool gdf_select_aux_property(char* name, ZELT_Grid_ValueType type) {
   Text owned(name);
-  S.curr_prop = {S.gdf->FindOrCreateSpecialProp(name, ZELT_Grid_ValueType(type)), ZELT_Grid_ValueType(type)};
+  S.curr_prop = {S.gdf->FindOrCreateSpecialProp(name, type), type};
   return CheckNotOnTarget();
 }
 

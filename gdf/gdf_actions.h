@@ -79,11 +79,11 @@ bool gdf_check_hier_entity();
 // Properties and their values.
 bool gdf_check_new_property(const char* name);
 bool gdf_check_property_defined(const char* name);
-void gdf_add_property(char* name, int type);
+void gdf_add_property(char* name, ZELT_Grid_ValueType type);
 void gdf_add_ts_property(char* name, int field_type);
 bool gdf_begin_property_statement(PropAction action);
 bool gdf_select_property(char* name);
-bool gdf_select_aux_property(char* name, int type);
+bool gdf_select_aux_property(char* name, ZELT_Grid_ValueType type);
 bool gdf_value_null();
 bool gdf_value_integer(int64_t value, bool beyond_32_bits);
 bool gdf_value_real(double value);

@@ -6,6 +6,8 @@
 
 %code requires {
 #include <cstdint>
+
+#include "registry/prop_types.h"
 }
 
 %code provides {
@@ -43,7 +45,8 @@ const char* gdf_token_name(int code);
   char* strval;
   int64_t ival;
   double dval;
-  int code; /* a value-type or scalar-type code */
+  ZELT_Grid_ValueType vtype; /* a property's value type */
+  int code;                 /* a time-series field type */
 }
 
 /* Tokens. Their order fixes their codes and the order in which a syntax error
@@ -61,7 +64,8 @@ const char* gdf_token_name(int code);
 %token '.' '{' '}' '[' ']' ','
 
 /* Nonterminals with values. */
-%type <code> valuetype scalartype
+%type <vtype> valuetype
+%type <code> scalartype
 %type <ival> integer
 
 /* Texts still on the stack when the parse stops are released here. A rule's
@@ -93,13 +97,13 @@ integer
   ;
 
 valuetype
-  : GDF_STRING_T     { $$ = gdf_kSmallString; }
-  | GDF_INT32SET_T   { $$ = gdf_kInt32Set; }
-  | GDF_INT32_T      { $$ = gdf_kInt32; }
-  | GDF_INT64SET_T   { $$ = gdf_kInt64Set; }
-  | GDF_INT64_T      { $$ = gdf_kInt64; }
-  | GDF_FLOAT64SET_T { $$ = gdf_kFloat64Set; }
-  | GDF_FLOAT64_T    { $$ = gdf_kFloat64; }
+  : GDF_STRING_T     { $$ = ZELT_Grid_ValueType::small_string; }
+  | GDF_INT32SET_T   { $$ = ZELT_Grid_ValueType::int32_set; }
+  | GDF_INT32_T      { $$ = ZELT_Grid_ValueType::int32; }
+  | GDF_INT64SET_T   { $$ = ZELT_Grid_ValueType::int64_set; }
+  | GDF_INT64_T      { $$ = ZELT_Grid_ValueType::int64; }
+  | GDF_FLOAT64SET_T { $$ = ZELT_Grid_ValueType::float64_set; }
+  | GDF_FLOAT64_T    { $$ = ZELT_Grid_ValueType::float64; }
   ;
 
 scalartype

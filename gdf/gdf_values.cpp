@@ -16,26 +16,26 @@ constexpr gdf_Verdict kAccepted{gdf_Verdict::kAccepted, nullptr};
 gdf_Verdict Warning(const char* format) { return {gdf_Verdict::kWarning, format}; }
 gdf_Verdict Error(const char* format) { return {gdf_Verdict::kError, format}; }
 
-void SetInteger(gdf_Value& out, int type, int64_t value) {
+void SetInteger(gdf_Value& out, ZELT_Grid_ValueType type, int64_t value) {
   out.type = type;
   out.form = gdf_Value::kInteger;
   out.integer = value;
 }
 
-void SetReal(gdf_Value& out, int type, double value) {
+void SetReal(gdf_Value& out, ZELT_Grid_ValueType type, double value) {
   out.type = type;
   out.form = gdf_Value::kReal;
   out.real = value;
 }
 
-void SetText(gdf_Value& out, int type, const char* text) {
+void SetText(gdf_Value& out, ZELT_Grid_ValueType type, const char* text) {
   out.type = type;
   out.form = gdf_Value::kText;
   out.text = text;
 }
 
-void SetDigits(gdf_Value& out, int type, const char* format, ...) __attribute__((format(printf, 3, 4)));
-void SetDigits(gdf_Value& out, int type, const char* format, ...) {
+void SetDigits(gdf_Value& out, ZELT_Grid_ValueType type, const char* format, ...) __attribute__((format(printf, 3, 4)));
+void SetDigits(gdf_Value& out, ZELT_Grid_ValueType type, const char* format, ...) {
   va_list args;
   va_start(args, format);
   vsnprintf(out.digits, sizeof out.digits, format, args);
@@ -110,7 +110,7 @@ bool WholeReal(const char* begin, const char* end, double* value) {
   return true;
 }
 
-bool IntegerSetType(int type) { return type == gdf_kInt32Set || type == gdf_kInt64Set; }
+bool IntegerSetType(ZELT_Grid_ValueType type) { return type == ZELT_Grid_ValueType::int32_set || type == ZELT_Grid_ValueType::int64_set; }
 
 size_t ListLength(const gdf_Value& value) {
   return value.form == gdf_Value::kReals ? value.reals.size() : value.integers.size();
@@ -149,36 +149,37 @@ std::string ListText(int count, const T* values, void (*append)(std::string&, T)
 
 } // namespace
 
-const char* gdf_type_name(int type) {
+const char* gdf_type_name(ZELT_Grid_ValueType type) {
   static const char* const kNames[] = {"none",  "string",      "string", "int32_set", "int32",
                                        "int64_set", "int64", "float64_set", "float64"};
-  if (type >= 0 && type < int(sizeof kNames / sizeof kNames[0])) return kNames[type];
-  return type == gdf_kIterVector ? "iter_vector" : "unknown";
+  const int code = static_cast<int>(type);
+  if (code >= 0 && code < int(sizeof kNames / sizeof kNames[0])) return kNames[code];
+  return type == ZELT_Grid_ValueType::iter_vector ? "iter_vector" : "unknown";
 }
 
-bool gdf_is_set_type(int type) { return type == gdf_kInt32Set || type == gdf_kInt64Set || type == gdf_kFloat64Set; }
+bool gdf_is_set_type(ZELT_Grid_ValueType type) { return type == ZELT_Grid_ValueType::int32_set || type == ZELT_Grid_ValueType::int64_set || type == ZELT_Grid_ValueType::float64_set; }
 
-bool gdf_is_string_type(int type) { return type == gdf_kSmallString || type == gdf_kLargeString; }
+bool gdf_is_string_type(ZELT_Grid_ValueType type) { return type == ZELT_Grid_ValueType::small_string || type == ZELT_Grid_ValueType::large_string; }
 
-void gdf_make_null(gdf_Value& out) { SetText(out, gdf_kSmallString, nullptr); }
+void gdf_make_null(gdf_Value& out) { SetText(out, ZELT_Grid_ValueType::small_string, nullptr); }
 
-gdf_Verdict gdf_coerce_integer(int64_t value, bool beyond_32_bits, int type, gdf_Value& out) {
+gdf_Verdict gdf_coerce_integer(int64_t value, bool beyond_32_bits, ZELT_Grid_ValueType type, gdf_Value& out) {
   switch (type) {
-    case gdf_kInt32:
+    case ZELT_Grid_ValueType::int32:
       if (beyond_32_bits) {
         gdf_make_null(out);
         return Warning("WARNING: Value is out of range for an '%s' type.  Using null.");
       }
       SetInteger(out, type, value);
       return kAccepted;
-    case gdf_kInt64:
+    case ZELT_Grid_ValueType::int64:
       SetInteger(out, type, value);
       return kAccepted;
-    case gdf_kFloat64:
+    case ZELT_Grid_ValueType::float64:
       SetReal(out, type, double(value));
       return kAccepted;
-    case gdf_kSmallString:
-    case gdf_kLargeString:
+    case ZELT_Grid_ValueType::small_string:
+    case ZELT_Grid_ValueType::large_string:
       SetDigits(out, type, "%" PRId64, value);
       return kAccepted;
     default:
@@ -187,21 +188,21 @@ gdf_Verdict gdf_coerce_integer(int64_t value, bool beyond_32_bits, int type, gdf
   }
 }
 
-gdf_Verdict gdf_coerce_real(double value, int type, gdf_Value& out) {
+gdf_Verdict gdf_coerce_real(double value, ZELT_Grid_ValueType type, gdf_Value& out) {
   switch (type) {
-    case gdf_kInt32:
-    case gdf_kInt64:
-      if (type == gdf_kInt32 ? FitsInt32(value) : FitsInt64(value)) {
+    case ZELT_Grid_ValueType::int32:
+    case ZELT_Grid_ValueType::int64:
+      if (type == ZELT_Grid_ValueType::int32 ? FitsInt32(value) : FitsInt64(value)) {
         SetInteger(out, type, RoundHalfAway(value));
         return Warning("WARNING: Property requires '%s' type. Using lround(double).");
       }
       gdf_make_null(out);
       return Warning("WARNING: Property requires '%s' type, but rounded double is out of range. Using null.");
-    case gdf_kFloat64:
+    case ZELT_Grid_ValueType::float64:
       SetReal(out, type, value);
       return kAccepted;
-    case gdf_kSmallString:
-    case gdf_kLargeString:
+    case ZELT_Grid_ValueType::small_string:
+    case ZELT_Grid_ValueType::large_string:
       SetDigits(out, type, "%g", value);
       return kAccepted;
     default:
@@ -209,26 +210,26 @@ gdf_Verdict gdf_coerce_real(double value, int type, gdf_Value& out) {
   }
 }
 
-gdf_Verdict gdf_coerce_text(const char* text, int type, bool in_property_set, gdf_Value& out) {
+gdf_Verdict gdf_coerce_text(const char* text, ZELT_Grid_ValueType type, bool in_property_set, gdf_Value& out) {
   if (gdf_is_string_type(type)) {
     if (strlen(text) > size_t(gdf_kMaxStringLength))
       return Error("ERROR: A value of type '%s' may hold at most 65535 characters");
     SetText(out, type, text);
     return kAccepted;
   }
-  if (type != gdf_kInt32 && type != gdf_kInt64 && type != gdf_kFloat64)
+  if (type != ZELT_Grid_ValueType::int32 && type != ZELT_Grid_ValueType::int64 && type != ZELT_Grid_ValueType::float64)
     return Error("ERROR: Property requires '%s' type.");
   const char* begin;
   const char* end;
   Trim(text, &begin, &end);
   bool coerced;
-  if (type == gdf_kFloat64) {
+  if (type == ZELT_Grid_ValueType::float64) {
     double real = 0;
     coerced = WholeReal(begin, end, &real);
     if (coerced) SetReal(out, type, real);
   } else {
     int64_t integer = 0;
-    coerced = type == gdf_kInt32 ? WholeInteger(begin, end, INT32_MIN, INT32_MAX, &integer)
+    coerced = type == ZELT_Grid_ValueType::int32 ? WholeInteger(begin, end, INT32_MIN, INT32_MAX, &integer)
                                  : WholeInteger(begin, end, INT64_MIN, INT64_MAX, &integer);
     if (coerced) SetInteger(out, type, integer);
   }
@@ -238,17 +239,17 @@ gdf_Verdict gdf_coerce_text(const char* text, int type, bool in_property_set, gd
   return Warning("WARNING: Cannot coerce value to '%s' type. Will store as null.");
 }
 
-gdf_Verdict gdf_begin_list(int type, gdf_Value& out) {
+gdf_Verdict gdf_begin_list(ZELT_Grid_ValueType type, gdf_Value& out) {
   if (!gdf_is_set_type(type)) return Error("ERROR: Property requires a scalar value");
   out.type = type;
-  out.form = type == gdf_kFloat64Set ? gdf_Value::kReals : gdf_Value::kIntegers;
+  out.form = type == ZELT_Grid_ValueType::float64_set ? gdf_Value::kReals : gdf_Value::kIntegers;
   out.integers.clear();
   out.reals.clear();
   return kAccepted;
 }
 
 gdf_Verdict gdf_push_list_integer(int64_t value, bool beyond_32_bits, gdf_Value& out) {
-  if (beyond_32_bits && out.type == gdf_kInt32Set)
+  if (beyond_32_bits && out.type == ZELT_Grid_ValueType::int32_set)
     return Error("ERROR: Value is out of range for property of type int32set");
   if (ListLength(out) >= size_t(gdf_kMaxListLength)) return Error("ERROR: A number list may hold at most 1048576 values");
   if (out.form == gdf_Value::kReals)

@@ -1,25 +1,14 @@
-// Values written in GDF: type codes, coercion to a property's type, and the text forms of property-set members.
+// Values written in GDF: coercion to a property's type, the names messages give types, and the text forms of property-set members.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-// Value-type codes of properties (the grid's ZELT_Grid_ValueType) ...
-enum gdf_TypeCode : int {
-  gdf_kNone = 0,
-  gdf_kLargeString = 1,
-  gdf_kSmallString = 2,
-  gdf_kInt32Set = 3,
-  gdf_kInt32 = 4,
-  gdf_kInt64Set = 5,
-  gdf_kInt64 = 6,
-  gdf_kFloat64Set = 7,
-  gdf_kFloat64 = 8,
-  gdf_kIterVector = 10,
-};
+#include "registry/prop_types.h"
 
-// ... and of time-series fields, which tsprop, tsschema and tsexpr write.
+// Time-series field types, which tsprop, tsschema and tsexpr write; they travel
+// where the builder expects a property's value type.
 enum gdf_FieldTypeCode : int {
   gdf_kTSNone = 0,
   gdf_kTSString = 1,
@@ -34,15 +23,15 @@ inline constexpr int gdf_kMaxListLength = 1048576;   // elements of a number lis
 inline constexpr int gdf_kMaxListTextLength = 4095;  // characters of a list's text in a property set
 
 // The name that parser messages print for a value type.
-const char* gdf_type_name(int type);
-bool gdf_is_set_type(int type);
-bool gdf_is_string_type(int type);
+const char* gdf_type_name(ZELT_Grid_ValueType type);
+bool gdf_is_set_type(ZELT_Grid_ValueType type);
+bool gdf_is_string_type(ZELT_Grid_ValueType type);
 
 // A written value turned into what the builder takes for a property of `type`;
 // `type` also chooses the builder overload. Reused from statement to statement.
 struct gdf_Value {
   enum Form { kInteger, kReal, kText, kIntegers, kReals };
-  int type = gdf_kNone;
+  ZELT_Grid_ValueType type = ZELT_Grid_ValueType::none;
   Form form = kText;
   int64_t integer = 0;
   double real = 0;
@@ -63,14 +52,14 @@ struct gdf_Verdict {
 // Scalars for a property of `type`. An integer token is beyond_32_bits when it
 // does not fit 32 bits. A text must outlive `out`; inside a property set an
 // uncoercible text is an error rather than a null.
-gdf_Verdict gdf_coerce_integer(int64_t value, bool beyond_32_bits, int type, gdf_Value& out);
-gdf_Verdict gdf_coerce_real(double value, int type, gdf_Value& out);
-gdf_Verdict gdf_coerce_text(const char* text, int type, bool in_property_set, gdf_Value& out);
+gdf_Verdict gdf_coerce_integer(int64_t value, bool beyond_32_bits, ZELT_Grid_ValueType type, gdf_Value& out);
+gdf_Verdict gdf_coerce_real(double value, ZELT_Grid_ValueType type, gdf_Value& out);
+gdf_Verdict gdf_coerce_text(const char* text, ZELT_Grid_ValueType type, bool in_property_set, gdf_Value& out);
 // The null value: a null text, whatever the property's type.
 void gdf_make_null(gdf_Value& out);
 
 // Number lists, element by element, for a property of `type`.
-gdf_Verdict gdf_begin_list(int type, gdf_Value& out);
+gdf_Verdict gdf_begin_list(ZELT_Grid_ValueType type, gdf_Value& out);
 gdf_Verdict gdf_push_list_integer(int64_t value, bool beyond_32_bits, gdf_Value& out);
 gdf_Verdict gdf_push_list_real(double value, gdf_Value& out);
 

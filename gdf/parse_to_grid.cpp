@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "gdf/gdf_scan.h"
 #include "grid/log.h"
@@ -73,29 +74,38 @@ bool ZELT_Grid_GDF_ParseToGrid::FinishParse(int* warnings) {
 // ---- Name lookups ----
 
 void ZELT_Grid_GDF_ParseToGrid::ForgetLookups() {
-  _last_def_valid = false;
+  for (DefLookup& lookup : _def_lookups) lookup.valid = false;
   ForgetEntityLookup();
+  _prop_lookups.clear();
 }
 
 void ZELT_Grid_GDF_ParseToGrid::ForgetEntityLookup() { _last_entity_valid = false; }
 
+// Two definitions are remembered: an inst statement asks for its parent and its
+// type in turn.
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
-  if (!_last_def_valid || _last_def_name != name) {
-    _last_def = _pgm->GetDefFromName(name);
-    _last_def_name = name;
-    _last_def_valid = true;
+  if (_def_lookups[0].valid && strcmp(_def_lookups[0].name.c_str(), name) == 0) return _def_lookups[0].def;
+  std::swap(_def_lookups[0], _def_lookups[1]);
+  DefLookup& lookup = _def_lookups[0];
+  if (!lookup.valid || strcmp(lookup.name.c_str(), name) != 0) {
+    lookup.def = _pgm->GetDefFromName(name);
+    lookup.name = name;
+    lookup.valid = true;
   }
-  return _last_def;
+  return lookup.def;
 }
 
 ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def, const char* name) {
-  if (!_last_entity_valid || !(_last_entity_def == def) || _last_entity_name != name) {
-    _last_entity = _pgm->GetEntityFromName(def, name);
-    _last_entity_def = def;
-    _last_entity_name = name;
-    _last_entity_valid = true;
-  }
+  if (!_last_entity_valid || _last_entity_def != def || strcmp(_last_entity_name.c_str(), name) != 0)
+    RememberEntity(def, name, _pgm->GetEntityFromName(def, name));
   return _last_entity;
+}
+
+void ZELT_Grid_GDF_ParseToGrid::RememberEntity(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_EntityIter ent) {
+  _last_entity = ent;
+  _last_entity_def = def;
+  _last_entity_name = name;
+  _last_entity_valid = true;
 }
 
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::RequireDef(const char* name) {
@@ -151,6 +161,8 @@ void ZELT_Grid_GDF_ParseToGrid::AddElem(const char* defname, long nterms) {
   const long id = _keysequence->NewDefID();
   EnsureTermIds(nterms);
   const ZELT_Grid_DefIter def = _pgm->AddElementDef(id, static_cast<int>(nterms), _termids, defname);
+  // Only another source of ids on the same grid could have taken this one.
+  TOLK_ASSERT2(!_pgm->IsEnd(def), "AddElem: the definition id is taken", defname);
   ForgetLookups();
   // The section travels with every element definition.
   ZELT_Grid_PropData section(_curr_section);
@@ -160,6 +172,7 @@ void ZELT_Grid_GDF_ParseToGrid::AddElem(const char* defname, long nterms) {
 void ZELT_Grid_GDF_ParseToGrid::AddCkt(const char* defname, unsigned nterms, const char** termnames) {
   ZELTLOG(stderr, "%s:%d: parsing ckt %s.\n", __FILE_NAME__, __LINE__, defname);
   const ZELT_Grid_DefIter def = _pgm->AddCircuitDef(_keysequence->NewDefID(), defname);
+  TOLK_ASSERT2(!_pgm->IsEnd(def), "AddCkt: the definition id is taken", defname);
   for (unsigned i = 0; i < nterms; ++i) {
     ZELTLOG(stderr, " -- terminal %s\n", termnames[i]);
     _pgm->AddTerminal(def, _keysequence->NewEntityID(), termnames[i]);
@@ -178,14 +191,16 @@ void ZELT_Grid_GDF_ParseToGrid::AddInst(const char* defname, const char* leafnam
   const long id = _keysequence->NewEntityID();
   const ZELT_Grid_DefIter instantiated = RequireDef(type);
   const ZELT_Grid_DefIter parent = RequireDef(defname);
-  _pgm->AddInstance(parent, instantiated, id, leafname);
-  ForgetEntityLookup();
+  const ZELT_Grid_EntityIter instance = _pgm->AddInstance(parent, instantiated, id, leafname);
+  // Property statements about the new instance usually follow.
+  RememberEntity(parent, leafname, instance);
 }
 
 bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_name, int nterm, const char** terms) {
   ZELTLOG(stderr, "%s:%d: parsing conn %s.%s.\n", __FILE_NAME__, __LINE__, defname, conn_name);
   const ZELT_Grid_DefIter def = RequireDef(defname);
-  ZELT_Grid_EntityIter node = FindEntity(def, conn_name);
+  // Each node and path name is asked for once: the grid's own lookups serve.
+  ZELT_Grid_EntityIter node = _pgm->GetEntityFromName(def, conn_name);
   if (_pgm->IsEnd(node)) {
     // An element definition's only node is its own internal one.
     if (_pgm->IsElementDef(def)) {
@@ -240,15 +255,16 @@ bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numel
                                              ZELT_Grid_HEntity& hpath) {
   hpath.Reset();
   ZELT_Grid_DefIter scope = FindDef(curr_defname);
+  // No path has more steps than a path can hold.
   if (_pgm->IsEnd(scope) || numelems > tolk_MAXPATHLENGTH) {
-    ReportMissingPath(curr_defname, 0, elems);
+    ReportMissingPath(curr_defname, _pgm->IsEnd(scope) ? 0 : numelems, elems);
     return false;
   }
   ZELT_Grid_EntityIter ent;
   for (int i = 0; i < numelems; ++i) {
     // Each further name lies in the definition that the previous step instantiates.
     if (i > 0) scope = _pgm->GetDefinition(scope, ent);
-    if (!_pgm->IsEnd(scope)) ent = FindEntity(scope, elems[i]);
+    if (!_pgm->IsEnd(scope)) ent = _pgm->GetEntityFromName(scope, elems[i]);
     if (_pgm->IsEnd(scope) || _pgm->IsEnd(ent)) {
       ReportMissingPath(curr_defname, i + 1, elems);
       return false;

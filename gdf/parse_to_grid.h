@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 #include "gdf/gdf_actions.h"
 #include "grid/grid.h"
@@ -11,6 +14,13 @@
 #include "registry/prop_registry.h"
 
 class ZELT_AssetClassRegistry;
+
+// Hashes names given as std::string or as const char* alike, so that lookups
+// need no std::string.
+struct ZELT_GDF_NameHash {
+  using is_transparent = void;
+  size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
+};
 class ZELT_RootRegistry;
 // Registries of the time-series and flow-role statements. They come with the
 // persistence layer; until one is attached, its statements end the parse
@@ -24,13 +34,14 @@ class ZELT_FlowRoleRegistry;
 // Drives the GDF tokenizer and parser, answers their existence checks and
 // carries out each statement through the grid's modification operations.
 // Borrows the grid and the registries, which must outlive it; owns its key
-// sequence. Texts passed in are borrowed for the length of a call. One parse
-// at a time per process: the parser's state is module-level.
+// sequence, which numbers from 0, so definitions that other code adds to the
+// same grid must keep clear of its ids. Texts passed in are borrowed for the
+// length of a call. One parse at a time per process: the parser's state is
+// module-level.
 class ZELT_Grid_GDF_ParseToGrid {
  public:
-  // Terminals an element may have, and the first property key that is not reserved.
+  // Terminals an element may have.
   static constexpr long kMaxElementTerminals = 65535;
-  static constexpr int kFirstUserPropKey = 3;
 
   explicit ZELT_Grid_GDF_ParseToGrid(ZELT_Grid& grid);
   ~ZELT_Grid_GDF_ParseToGrid();
@@ -158,17 +169,27 @@ class ZELT_Grid_GDF_ParseToGrid {
   const std::map<ZELT_Grid_HEntity, bool, InstComp>& InstancesWithHProp() const { return _instances_with_hprop; }
 
  private:
+  // What the registry says of a property name.
+  struct PropLookup {
+    ZELT_Grid_PropKeyAndType kt;
+    bool time_series;
+  };
+
   bool BeginParse();
   bool FinishParse(int* warnings);
   void EnsureTermIds(long nterms);
   // Name lookups, remembered from one call to the next: a statement's checks and
-  // its action ask for the same names. Adding definitions or entities forgets them.
+  // its action ask for the same names. Adding definitions or entities forgets
+  // them, and so does every new parse.
   ZELT_Grid_DefIter FindDef(const char* name);
   ZELT_Grid_EntityIter FindEntity(ZELT_Grid_DefIter def, const char* name);
   ZELT_Grid_DefIter RequireDef(const char* name);
   ZELT_Grid_EntityIter RequireEntity(ZELT_Grid_DefIter def, const char* name);
   void ForgetLookups();
   void ForgetEntityLookup();
+  void RememberEntity(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_EntityIter ent);
+  const PropLookup& LookUpProp(const char* name);
+  void ForgetProp(const char* name);
   void RecordHEnt(const ZELT_Grid_HEntity& hent);
   template <class... Value>
   void AddEntityProperty(const char* def, const char* inst, ZELT_Grid_PropKeyAndType kt, Value... value);
@@ -196,12 +217,16 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_FlowRoleRegistry* _pflowrolereg = nullptr;
   bool _fake_check = false;
 
-  // The last definition and entity looked up by name.
-  std::string _last_def_name;
-  ZELT_Grid_DefIter _last_def;
-  bool _last_def_valid = false;
+  // The last definitions and entity looked up by name, and the properties.
+  struct DefLookup {
+    std::string name;
+    ZELT_Grid_DefIter def;
+    bool valid = false;
+  };
+  DefLookup _def_lookups[2];
   ZELT_Grid_DefIter _last_entity_def;
   std::string _last_entity_name;
   ZELT_Grid_EntityIter _last_entity;
   bool _last_entity_valid = false;
+  std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
 };

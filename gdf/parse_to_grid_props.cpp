@@ -23,15 +23,15 @@ const char* BuilderTypeName(ZELT_Grid_ValueType type) {
   return kNames[code];
 }
 
-bool IsType(ZELT_Grid_PropKeyAndType kt, int code) { return static_cast<int>(kt.type) == code; }
+bool IsType(ZELT_Grid_PropKeyAndType kt, ZELT_Grid_ValueType type) { return kt.type == type; }
 
 // ---- Values from what the parser formed ----
 
 ZELT_Grid_PropData MakeValue(ZELT_Grid_PropKeyAndType kt, long value) {
   ZELT_Grid_PropData data;
-  if (IsType(kt, gdf_kInt32))
+  if (IsType(kt, ZELT_Grid_ValueType::int32))
     data.InitInt32(static_cast<int32_t>(value));
-  else if (IsType(kt, gdf_kInt64))
+  else if (IsType(kt, ZELT_Grid_ValueType::int64))
     data.InitInt64(value);
   else
     TOLK_ASSERT(false, "GDF builder: an integer for a property that is neither int32 nor int64");
@@ -49,11 +49,11 @@ ZELT_Grid_PropData MakeValue(ZELT_Grid_PropKeyAndType, const char* text) {
 
 ZELT_Grid_PropData MakeValue(ZELT_Grid_PropKeyAndType kt, int count, const long* values) {
   ZELT_Grid_PropData data;
-  if (IsType(kt, gdf_kInt32Set)) {
+  if (IsType(kt, ZELT_Grid_ValueType::int32_set)) {
     const std::vector<int32_t> narrowed(values, values + count);
     data.InitInt32Set(narrowed.data(), count);
   } else {
-    TOLK_ASSERT(IsType(kt, gdf_kInt64Set), "GDF builder: integers for a property that is no integer set");
+    TOLK_ASSERT(IsType(kt, ZELT_Grid_ValueType::int64_set), "GDF builder: integers for a property that is no integer set");
     data.InitInt64Set(values, count);
   }
   return data;
@@ -79,33 +79,33 @@ std::vector<T> ParseList(const char* text) {
 
 ZELT_Grid_PropData RebuildValue(int type, const char* text) {
   ZELT_Grid_PropData data;
-  switch (type) {
-    case gdf_kLargeString:
-    case gdf_kSmallString:
+  switch (static_cast<ZELT_Grid_ValueType>(type)) {
+    case ZELT_Grid_ValueType::large_string:
+    case ZELT_Grid_ValueType::small_string:
       data.InitString(text);
       break;
-    case gdf_kInt32Set: {
+    case ZELT_Grid_ValueType::int32_set: {
       const std::vector<int> list = ParseList<int>(text);
       data.InitInt32Set(list.data(), static_cast<int>(list.size()));
       break;
     }
-    case gdf_kInt32:
+    case ZELT_Grid_ValueType::int32:
       data.InitInt32(static_cast<int32_t>(strtol(text, nullptr, 10)));
       break;
-    case gdf_kInt64Set: {
+    case ZELT_Grid_ValueType::int64_set: {
       const std::vector<long> list = ParseList<long>(text);
       data.InitInt64Set(list.data(), static_cast<int>(list.size()));
       break;
     }
-    case gdf_kInt64:
+    case ZELT_Grid_ValueType::int64:
       data.InitInt64(strtoll(text, nullptr, 10));
       break;
-    case gdf_kFloat64Set: {
+    case ZELT_Grid_ValueType::float64_set: {
       const std::vector<double> list = ParseList<double>(text);
       data.InitFloat64Set(list.data(), static_cast<int>(list.size()));
       break;
     }
-    case gdf_kFloat64:
+    case ZELT_Grid_ValueType::float64:
       data.InitFloat64(strtod(text, nullptr));
       break;
     default:
@@ -120,22 +120,35 @@ ZELT_Grid_PropData RebuildValue(int type, const char* text) {
 
 // ---- Registry side ----
 
-ZELT_Grid_PropKeyAndType ZELT_Grid_GDF_ParseToGrid::CheckProp(const char* name) {
-  TOLK_ASSERT(_pts != nullptr, "CheckProp: no property registry");
+// Registrations during a parse go through the builder, which forgets what it
+// knew of the name; every parse starts afresh.
+const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpProp(const char* name) {
+  TOLK_ASSERT(_pts != nullptr, "GDF builder: no property registry");
+  auto known = _prop_lookups.find(std::string_view(name));
+  if (known != _prop_lookups.end()) return known->second;
+  PropLookup lookup{{-1, ZELT_Grid_ValueType::none}, false};
   int key = -1;
-  int type = gdf_kNone;
-  if (!_pts->GetKeyAndType(name, key, type)) return {-1, ZELT_Grid_ValueType(gdf_kNone)};
-  return {key, ZELT_Grid_ValueType(type)};
+  int type = 0;
+  if (_pts->GetKeyAndType(name, key, type)) {
+    lookup.kt = {key, ZELT_Grid_ValueType(type)};
+    ZELT_Grid_Prop_Iter it = _pts->GetPropFromName(name);
+    lookup.time_series = !_pts->IsEnd(it) && _pts->IsTSProperty(it);
+  }
+  return _prop_lookups.emplace(name, lookup).first->second;
 }
 
-bool ZELT_Grid_GDF_ParseToGrid::IsTSProp(const char* name) {
-  TOLK_ASSERT(_pts != nullptr, "IsTSProp: no property registry");
-  ZELT_Grid_Prop_Iter it = _pts->GetPropFromName(name);
-  return !_pts->IsEnd(it) && _pts->IsTSProperty(it);
+void ZELT_Grid_GDF_ParseToGrid::ForgetProp(const char* name) {
+  const auto known = _prop_lookups.find(std::string_view(name));
+  if (known != _prop_lookups.end()) _prop_lookups.erase(known);
 }
+
+ZELT_Grid_PropKeyAndType ZELT_Grid_GDF_ParseToGrid::CheckProp(const char* name) { return LookUpProp(name).kt; }
+
+bool ZELT_Grid_GDF_ParseToGrid::IsTSProp(const char* name) { return LookUpProp(name).time_series; }
 
 void ZELT_Grid_GDF_ParseToGrid::AddProp(const char* name, ZELT_Grid_ValueType type, ZELT_PropType proptype) {
   TOLK_ASSERT(_pts != nullptr, "AddProp: no property registry");
+  ForgetProp(name);
   const bool registered = _pts->RegisterProp(name, static_cast<int>(type), proptype);
   TOLK_ASSERT2(registered, "AddProp: the registry refused the property", name);
 }
@@ -144,6 +157,7 @@ int ZELT_Grid_GDF_ParseToGrid::FindOrCreateSpecialProp(const char* propname, ZEL
   TOLK_ASSERT(_pts != nullptr, "FindOrCreateSpecialProp: no property registry");
   std::string composite = propname;
   composite.append(";").append(BuilderTypeName(datatype));
+  ForgetProp(composite.c_str());
   return _pts->RegisterSpecialProp(composite, static_cast<int>(datatype));
 }
 

@@ -29,8 +29,8 @@ typedef tolk_RBTreeIter ZELT_Grid_InstAssocIter;
 
 // Values per hierarchical entity, ordered by ZELT_Grid_HEntComparator. Keys are
 // copies of the caller's paths; values are copied in and pointer values are
-// never released. Paths compare by ids, so entries outlive the entities they
-// name without disturbing the order.
+// never released. The order reads the ids from the records the paths lead
+// through, so entries through an entity must go (RemoveIf) before it does.
 template <class T>
 class ZELT_Grid_InstAssoc {
  public:
@@ -60,6 +60,17 @@ class ZELT_Grid_InstAssoc {
   ZELT_Grid_HEntity Key(const ZELT_Grid_InstAssocIter& position) const { return _pstates->Key(position); }
   T GetValue(const ZELT_Grid_InstAssocIter& position) const { return _pstates->Value(position); }
   T& Value(const ZELT_Grid_InstAssocIter& position) { return _pstates->Value(position); }
+
+  // Removes every entry for which drop(path, value) answers true.
+  template <class Drop>
+  void RemoveIf(Drop drop) {
+    for (ZELT_Grid_InstAssocIter it = First(); !it.End();) {
+      ZELT_Grid_InstAssocIter next = it;
+      next.Next();
+      if (drop(_pstates->Key(it), _pstates->Value(it))) _pstates->Delete(it);
+      it = next;
+    }
+  }
 
  private:
   static inline ZELT_Grid_HEntComparator _icomp;

@@ -135,6 +135,7 @@ int ZELT_Grid::RemoveElementDef(ZELT_Grid_DefIter def) { return RemoveDefinition
 int ZELT_Grid::RemoveDefinition(ZELT_Grid_DefIter def) {
   ZELT_Grid_Graph* g = Graph(def);
   if (!IsPrime(g)) return 1;
+  DropHPropsThrough(g, nullptr);
   DropEntityPropSets(def);
   RemoveContainAssocInDef(def);
   DropDefinitionData(def);
@@ -267,6 +268,7 @@ int ZELT_Grid::RemoveEntity(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
   RemoveConnIdsOf(def, ent);
   RemoveConnectionsReaching(def, ent);
   RemoveSupportRelationsOf(def, ent);
+  DropHPropsThrough(Graph(def), ent.position);
   ClearPropSet(def, ent);
   RemoveContainerOf(def, ent);
   RemoveContaineesOf(def, ent);

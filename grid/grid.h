@@ -82,6 +82,9 @@ class ZELT_Grid {
   // Modification interface. Subclasses that record or persist changes override
   // all of these and call the base versions to change the model; the grid's own
   // removals call the containment operations virtually so they see those too.
+  // Removing an entity also removes the connections of enclosing definitions
+  // that reach it, its place in other entities' support lists and the path
+  // properties of paths through it.
   virtual bool BeginModify();
   virtual void EndModify();
   // An existing id is refused with the end handle.
@@ -258,6 +261,7 @@ class ZELT_Grid {
   void RemoveConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn);
   void RemoveConnIdsOf(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   void RemoveConnectionsReaching(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
+  void RemoveConnectionsThrough(ZELT_Grid_Graph* scope, const tolk_UNode& instance, const ZELT_Grid_HEntity& lead);
   void DeleteEntityIndexes(ZELT_Grid_DefSlot& slot);
 
   // Entity property sets.
@@ -266,6 +270,8 @@ class ZELT_Grid {
   void ClearPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   void DropEntityPropSets(ZELT_Grid_DefIter def);
   void DeleteHPropSets();
+  // Drops the path properties of paths through node of scope (any node when null).
+  void DropHPropsThrough(const tolk_hgraph_base* scope, const tolk_list_link* node);
 
   // Containment and support bookkeeping.
   void RemoveContainAssoc(ZELT_Grid_DefIter dit, ZELT_Grid_EntityIter ent);

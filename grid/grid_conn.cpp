@@ -1,4 +1,7 @@
 // ZELT_Grid: connections, their id index, their ends and the flattened walk.
+#include <deque>
+#include <utility>
+
 #include "grid/grid.h"
 #include "tolk/assert.h"
 
@@ -90,27 +93,54 @@ static const tolk_instance_base& PathBelow(ZELT_Grid_Graph* g, const ZELT_Grid_C
   return conn.IsBlink() ? g->VHead(conn) : g->VTail(conn);
 }
 
-// Connections of enclosing definitions that reach ent through an instance of
-// its definition would vanish with ent inside the hierarchy; removing them here
-// first keeps those definitions' indexes right and lets subclasses see it.
+namespace {
+
+// True when the stored path begins with every step of lead.
+bool LeadsThrough(const tolk_instance_base& stored, const tolk_instance_base& lead) {
+  return stored.GetLength() >= lead.GetLength() && stored.AgreesFrom(0, lead);
+}
+
+}  // namespace
+
+// Connections of enclosing definitions that reach ent through instances would
+// keep a path to a deleted node (or vanish behind their indexes' backs);
+// removing them here first keeps those definitions right and lets subclasses
+// see it. Level by level upward: a connection at instance x of graph g reaches
+// ent when its path below x begins with the path from g down to ent.
 void ZELT_Grid::RemoveConnectionsReaching(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
-  ZELT_Grid_Graph* g = Graph(def);
-  for (tolk_RepIter rep = g->FirstRep(); !rep.End(); rep.Next()) {
-    ZELT_Grid_HEntityStep where = g->GetRepresentativeValue(rep);
-    ZELT_Grid_Graph* scope = ZELT_Grid_ScopeOf(where);
-    ZELT_Grid_DefIter scopedef = scope->Info()._it;
-    ZELT_Grid_ConnectionIter conn = tolk_UEdge::First(where.node);
-    while (!IsEnd(conn)) {
-      ZELT_Grid_ConnectionIter next = conn;
-      next.Next();
-      const tolk_instance_base& below = PathBelow(scope, conn);
-      if (below.GetLength() > 0 && ZELT_Grid_EntityIter(below[0].node) == ent) {
-        // A loop on the instance has its second link next; step past it too.
-        if (!next.End() && next.Edge() == conn.Edge()) next.Next();
-        RemoveConnection(scopedef, conn);
-      }
-      conn = next;
+  std::deque<std::pair<ZELT_Grid_Graph*, ZELT_Grid_HEntity>> pending;
+  pending.emplace_back(Graph(def), ZELT_Grid_HEntity());
+  pending.back().second.AppendStep(ZELT_Grid_HEntityStep(Graph(def), ent));
+  while (!pending.empty()) {
+    auto [g, lead] = std::move(pending.front());
+    pending.pop_front();
+    for (tolk_RepIter rep = g->FirstRep(); !rep.End(); rep.Next()) {
+      ZELT_Grid_HEntityStep where = g->GetRepresentativeValue(rep);
+      ZELT_Grid_Graph* scope = ZELT_Grid_ScopeOf(where);
+      RemoveConnectionsThrough(scope, where.node, lead);
+      // A cyclic model would never run out of levels; paths cannot grow further anyway.
+      if (scope->NumOfReps() == 0 || lead.GetLength() >= tolk_MAXPATHLENGTH - 1) continue;
+      ZELT_Grid_HEntity longer;
+      longer.AppendStep(where);
+      longer.Append(lead);
+      pending.emplace_back(scope, std::move(longer));
     }
+  }
+}
+
+void ZELT_Grid::RemoveConnectionsThrough(ZELT_Grid_Graph* scope, const tolk_UNode& instance,
+                                         const ZELT_Grid_HEntity& lead) {
+  ZELT_Grid_DefIter scopedef = scope->Info()._it;
+  ZELT_Grid_ConnectionIter conn = tolk_UEdge::First(instance);
+  while (!IsEnd(conn)) {
+    ZELT_Grid_ConnectionIter next = conn;
+    next.Next();
+    if (LeadsThrough(PathBelow(scope, conn), lead)) {
+      // A loop on the instance has its second link next; step past it too.
+      if (!next.End() && next.Edge() == conn.Edge()) next.Next();
+      RemoveConnection(scopedef, conn);
+    }
+    conn = next;
   }
 }
 

@@ -126,6 +126,20 @@ ZELT_Grid_PropData& ZELT_Grid::GetHPropValue(const ZELT_Grid_HEntity& h, ZELT_Gr
   return _iprops.GetValue(h)->QItProperty(it);
 }
 
+// Paths are ordered by the ids in their node records, so a path through a node
+// about to go could no longer be compared; its entry goes first, with its set.
+void ZELT_Grid::DropHPropsThrough(const tolk_hgraph_base* scope, const tolk_list_link* node) {
+  _iprops.RemoveIf([&](const ZELT_Grid_HEntity& path, tolk_PropertySet* set) {
+    for (int i = 0; i < path.GetLength(); ++i) {
+      if (path[i].pscope == scope && (node == nullptr || path[i].node.position == node)) {
+        delete set;
+        return true;
+      }
+    }
+    return false;
+  });
+}
+
 void ZELT_Grid::DeleteHPropSets() {
   for (ZELT_Grid_InstAssocIter it = _iprops.First(); !_iprops.IsEnd(it); _iprops.Next(it))
     delete _iprops.GetValue(it);

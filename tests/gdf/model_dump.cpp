@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 
 #include "grid/util.h"
 
 namespace {
 
-std::string Quoted(const char* name) { return name != nullptr ? "\"" + std::string(name) + "\"" : "{}"; }
+std::string Quoted(const char* name) {
+  if (name == nullptr) return "{}";
+  std::string quoted(1, '"');
+  return quoted.append(name).append(1, '"');
+}
 
 std::string ValueText(const ZELT_Grid_PropData& value) {
   if (value.IsNull()) return "null";
@@ -20,7 +25,7 @@ std::string ValueText(const ZELT_Grid_PropData& value) {
 
 std::string PropName(ZELT_PropRegistry& props, int key) {
   std::string name;
-  if (!props.GetPropertyName(key, name)) name = "#" + std::to_string(key);
+  if (!props.GetPropertyName(key, name)) name.assign(1, '#').append(std::to_string(key));
   return name;
 }
 
@@ -83,8 +88,13 @@ std::string GdfModel::Dump() {
         out << "    supported by " << Quoted(grid.GetEntityName(def, ZELT_Grid_EntityIter(it))) << '\n';
     }
   }
-  for (const auto& [hent, unused] : builder.InstancesWithHProp()) {
-    out << "path " << ZELT_Grid_Util::HEntToString(hent, grid) << '\n';
+  // The builder orders paths by node identity, which differs between runs.
+  std::map<std::string, const ZELT_Grid_HEntity*> paths;
+  for (const auto& [hent, unused] : builder.InstancesWithHProp())
+    paths.emplace(ZELT_Grid_Util::HEntToString(hent, grid), &hent);
+  for (const auto& [text, path] : paths) {
+    const ZELT_Grid_HEntity& hent = *path;
+    out << "path " << text << '\n';
     for (ZELT_Grid_HPropIter p = grid.GetFirstHProperty(hent); !grid.IsEnd(p); grid.NextHProperty(hent, p))
       out << "  " << PropName(props, grid.GetHPropKey(hent, p)) << " = " << ValueText(grid.GetHPropValue(hent, p))
           << '\n';

@@ -221,6 +221,19 @@ TEST(ParseToGridTest, RefusesValuesNoPropertyCanHold) {
   EXPECT_TRUE(ok) << "instances take longer lists";
 }
 
+// Two circuits that contain each other give names of any length; a path holds
+// at most 65535 steps.
+TEST(ParseToGridTest, RefusesHierarchicalNamesLongerThanAPath) {
+  std::string text = "prop P int32\nckt A\nckt B\ninst A.b B\ninst B.a A\nhpropadd A";
+  for (int step = 0; step < 65536; ++step) text += step % 2 == 0 ? ".b" : ".a";
+  GdfModel model;
+  bool ok = true;
+  const std::string printed = model.Parse(text + " P 1\n", &ok);
+  EXPECT_FALSE(ok);
+  EXPECT_NE(printed.find("ERROR: Hierarchical instance unknown"), std::string::npos);
+  EXPECT_TRUE(model.builder.InstancesWithHProp().empty());
+}
+
 TEST(ParseToGridTest, BuildsTheBundledFeeders) {
   // Instances, entities (nodes and instances) and connections of the prime circuit.
   const struct {

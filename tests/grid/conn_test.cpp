@@ -87,6 +87,17 @@ TEST(GridConnections, RemovingAReachedTerminalCleansEnclosingIndexes) {
   EXPECT_TRUE(c.gm.IsEnd(c.gm.GetConntionFromId(c.ckt, 23)));
   EXPECT_EQ(ConnectionIds(c.gm, c.ckt, c.n2), (Ids{22}));
   EXPECT_EQ(ConnectionIds(c.gm, c.ckt, c.n1), (Ids{20}));
+
+  // Two levels up: Top reaches terminal 0 of s1 through its instance of Feeder.
+  ZELT_Grid_DefIter top = c.gm.AddCircuitDef(3, "Top");
+  ZELT_Grid_EntityIter feeder = c.gm.AddInstance(top, c.ckt, 1, "f");
+  ZELT_Grid_EntityIter bus = c.gm.AddConnNode(top, 2, "bus");
+  ZELT_Grid_HEntity deep = Path(c.gm, top, feeder, c.s1);
+  deep.AppendStep(ZELT_Grid_HEntityStep(c.gm.Graph(c.sw), c.Term(0)));
+  c.gm.AddConnection(Path(c.gm, top, bus), deep, 30);
+  EXPECT_EQ(c.gm.RemoveTerminal(c.sw, c.Term(0)), 0);
+  EXPECT_TRUE(c.gm.IsEnd(c.gm.GetConntionFromId(top, 30)));
+  EXPECT_TRUE(c.gm.IsEnd(c.gm.GetFirstConnection(top, bus)));
 }
 
 TEST(GridFlattened, LeafConnectionsThenThoseMadeOneLevelUp) {

@@ -83,22 +83,13 @@ TEST(GridDefAssoc, LaterEntitiesReadTheInitialValue) {
 }
 
 TEST(GridEntitySet, WalksInAscendingIdOnceEach) {
-  ZELT_Grid gm;
-  ZELT_Grid_DefIter d = gm.AddCircuitDef(1, "D");
-  ZELT_Grid_EntityIter e30 = gm.AddConnNode(d, 30, nullptr);
-  ZELT_Grid_EntityIter e10 = gm.AddConnNode(d, 10, nullptr);
-  ZELT_Grid_EntityIter e20 = gm.AddConnNode(d, 20, nullptr);
-  ZELT_Grid_EntityIterSetSL set(gm, d);
-  EXPECT_TRUE(set.Insert(e30));
-  EXPECT_TRUE(set.Insert(e10));
-  EXPECT_TRUE(set.Insert(e20));
-  EXPECT_FALSE(set.Insert(e10));
-  std::vector<ZELT_Grid_EntityIter> walked;
-  for (ZELT_Grid_EntityIterSetIter it = set.First(); !set.IsEnd(it); set.Next(it)) walked.push_back(set.Entity(it));
-  EXPECT_EQ(walked, (std::vector<ZELT_Grid_EntityIter>{e10, e20, e30}));
-  EXPECT_TRUE(set.Contains(e20));
-  ZELT_Grid_EntityIter outside = gm.AddConnNode(d, 40, nullptr);
-  EXPECT_FALSE(set.Contains(outside));
+  Model m;  // Sub's entities: the terminal with id 5, the instance with id 3
+  ZELT_Grid_EntityIterSetSL set(m.gm, m.sub);
+  EXPECT_TRUE(set.Insert(m.term5));
+  EXPECT_TRUE(set.Insert(m.inst3));
+  EXPECT_FALSE(set.Insert(m.term5));
+  EXPECT_EQ(set.Entity(set.First()), m.inst3);
+  EXPECT_TRUE(set.Contains(m.term5));
 }
 
 }  // namespace

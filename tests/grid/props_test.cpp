@@ -96,6 +96,14 @@ TEST(GridHProps, PathsKeepTheirOwnSetsUntilEmptied) {
   EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstHProperty(at1)));
   EXPECT_EQ(m.gm.RemoveHProperty(at1, m.gm.GetFirstHProperty(at1)), 1);
   EXPECT_EQ(HProps(m, at2), (KeyValues{{4, 2}}));
+
+  // A path through a removed instance goes with it; later lookups must not
+  // meet its key (under the asan preset a stale key is a use after free).
+  m.gm.AddHProperty(at1, 4, one);
+  EXPECT_EQ(m.gm.RemoveInst(m.ckt, m.p1), 0);
+  ZELT_Grid_HEntity at3 = Path(m.gm, m.ckt, m.gm.AddInstance(m.ckt, m.sub, 9, "p3"), m.pin);
+  m.gm.AddHProperty(at3, 5, one);
+  EXPECT_EQ(HProps(m, at3), (KeyValues{{5, 1}}));
 }
 
 }  // namespace
