@@ -7,10 +7,18 @@ namespace {
 
 constexpr size_t kFirstCapacity = 8;
 
-// Ids mostly come from one counter, so neighbouring ids are kept in
-// neighbouring slots (a build touches the table where it touched it last);
-// folding the high bits in keeps ids that differ only there apart.
-uint64_t Mix(uint64_t x) { return x ^ (x >> 20) ^ (x >> 40); }
+// Ids mostly come from counters. Runs of sixteen neighbouring ids share one
+// 256-byte group of slots, so a build that walks a counter stays within a few
+// cache lines; the groups themselves are scattered by a full mix, because
+// keeping whole runs together let dense id blocks that wrap around the table
+// pile up into probe runs as long as the blocks.
+uint64_t Mix(uint64_t x) {
+  uint64_t group = x >> 4;
+  group ^= group >> 33;
+  group *= 0xff51afd7ed558ccdULL;
+  group ^= group >> 33;
+  return (group << 4) | (x & 15);
+}
 
 }  // namespace
 
