@@ -183,10 +183,10 @@ class tolk_HInstance : public tolk_instance_base {
   tolk_HInstance(const tolk_instance_base& p) : tolk_instance_base(p) {}
   tolk_HInstance(tolk_instance_base&& p) : tolk_instance_base(static_cast<tolk_instance_base&&>(p)) {}
 
-  Step operator[](int i) const { return Step(stepfield[i]); }
-  tolk_instance_step_base& operator[](int i) { return stepfield[i]; }
-  Graph* Scope(int i) const { return static_cast<Graph*>(stepfield[i].pscope); }
-  const tolk_UNode& Node(int i) const { return stepfield[i].node; }
+  Step operator[](int i) const { return Step(Steps()[i]); }
+  tolk_instance_step_base& operator[](int i) { return Steps()[i]; }
+  Graph* Scope(int i) const { return static_cast<Graph*>(Steps()[i].pscope); }
+  const tolk_UNode& Node(int i) const { return Steps()[i].node; }
 };
 
 // Typed node and edge records.
