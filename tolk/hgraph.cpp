@@ -9,8 +9,10 @@ const tolk_instance_base& tolk_hgraph_base::EmptyPath() {
 }
 
 tolk_RepIter tolk_hgraph_base::AddRep(tolk_hgraph_base* scope, const tolk_UNode& n) {
-  repList.Append(tolk_instance_step_base(scope, n));
-  return repList.Last();
+  tolk_hrnode_link* l = RLink(n);
+  l->repscope = scope;
+  repList.RawAppend(l->RepLink());
+  return tolk_RepIter(l->RepLink());
 }
 
 int tolk_hgraph_base::KindOfEnds(const tolk_instance_base& tail, const tolk_instance_base& head) {
@@ -36,7 +38,7 @@ tolk_instance_base* tolk_hgraph_base::VPathSlot(tolk_uedge_base* e, bool headEnd
 tolk_UNode tolk_hgraph_base::PlaceInstance(tolk_hrnode_link* l, tolk_hgraph_base* ref, bool front) {
   l->refptr = ref;
   tolk_UNode n = front ? LinkNodeFront(l) : LinkNodeEnd(l);
-  l->riter = ref->AddRep(this, n);
+  ref->AddRep(this, n);
   return n;
 }
 
@@ -77,14 +79,14 @@ void tolk_hgraph_base::NodeDelete(const tolk_UNode& n) {
   tolk_unode_link* l = n.Link();
   while (!l->elist.Empty()) EdgeDelete(tolk_UEdge::First(n));
   DeleteAllVConnects(n);
-  if (!IsLeaf(n)) RefOf(n)->DeleteRep(RLink(n)->riter);
+  if (!IsLeaf(n)) RefOf(n)->DeleteRep(tolk_RepIter(RLink(n)->RepLink()));
   tolk_ugraph_base::NodeDelete(n);
 }
 
 void tolk_hgraph_base::DeleteAllVConnects(const tolk_UNode& n) {
   tolk_instance_base path;
   for (tolk_RepIter r = repList.First(); !r.End(); r.Next()) {
-    const tolk_instance_step_base rep = repList.Value(r);
+    const tolk_instance_step_base rep = RLValue(r);
     path.Reset();
     path.Append(rep);
     path.Append(this, n);
@@ -112,7 +114,7 @@ tolk_instance_base tolk_hgraph_base::RebuildEnd(const tolk_UNode& endNode, const
 void tolk_hgraph_base::RedirectVConnects(const tolk_UNode& n, tolk_UNODEASSOC<tolk_UNode>& map) {
   const tolk_instance_step_base through(this, n);
   for (tolk_RepIter r = repList.First(); !r.End(); r.Next()) {
-    const tolk_UNode inst = repList.Value(r).node;
+    const tolk_UNode inst = RLValue(r).node;
     for (tolk_UEdge e = tolk_UEdge::First(inst); !e.End(); e.Next()) {
       tolk_instance_base* vp = VPathSlot(e.Edge(), e.IsBlink());
       if (vp == nullptr || vp->GetLength() < 2 || (*vp)[0] != through) continue;

@@ -16,9 +16,19 @@ struct tolk_hnode_link : tolk_unode_link {
   tolk_hgraph_base* refptr = nullptr;
 };
 
-// An instance node also knows its entry in the instantiated graph's repList.
-struct tolk_hrnode_link : tolk_hnode_link {
-  tolk_RepIter riter;
+// The link by which an instance node sits in the instantiated graph's repList.
+struct tolk_rep_link : tolk_list_link {};
+
+// An instance node is its own entry in the instantiated graph's repList: the list runs
+// through the instance nodes and needs no records of its own. repscope is the graph
+// the node lies in, the other half of the representative step.
+struct tolk_hrnode_link : tolk_hnode_link, tolk_rep_link {
+  tolk_hgraph_base* repscope = nullptr;
+
+  tolk_rep_link* RepLink() { return this; }
+  static tolk_hrnode_link* FromRepLink(tolk_list_link* l) {
+    return static_cast<tolk_hrnode_link*>(static_cast<tolk_rep_link*>(l));
+  }
 };
 
 // An edge with exactly one instance end; vadj is the path below that end.
@@ -36,13 +46,13 @@ struct tolk_hedge_base : tolk_uedge_base {
 enum : int { tolk_EDGE_LEAVES = 0, tolk_EDGE_TAIL_INSTANCE = 1, tolk_EDGE_HEAD_INSTANCE = 2, tolk_EDGE_INSTANCES = 3 };
 
 // An undirected graph some of whose nodes stand for other graphs. Edges reach into an
-// instance through the path stored with them. repList holds one (scope, node) step for
-// every instance node anywhere that instantiates this graph, kept exact by node
-// insertion and deletion. Whether an edge end is an instance end follows from its node,
-// so an edge keeps the kind of its ends for its whole life.
+// instance through the path stored with them. repList links every instance node anywhere
+// that instantiates this graph, each standing for the step (its scope, itself), kept
+// exact by node insertion and deletion. Whether an edge end is an instance end follows
+// from its node, so an edge keeps the kind of its ends for its whole life.
 class tolk_hgraph_base : public tolk_ugraph_base {
  public:
-  tolk_LIST<tolk_instance_step_base> repList;
+  tolk_list_base repList;
 
   // Nodes and edges of a hierarchical graph carry records: only the typed graph makes them.
   tolk_UNode NodeInsert() = delete;
@@ -56,10 +66,15 @@ class tolk_hgraph_base : public tolk_ugraph_base {
   static int EdgeType(const tolk_UEdge& e) { return KindOf(e.Edge()); }
   static tolk_hgraph_base* RefOf(const tolk_UNode& n) { return HLink(n)->refptr; }
 
+  // Appends instance node n of scope (which must instantiate this graph) to repList.
   tolk_RepIter AddRep(tolk_hgraph_base* scope, const tolk_UNode& n);
-  void DeleteRep(const tolk_RepIter& r) { repList.Delete(r); }
-  const tolk_instance_step_base& RLValue(const tolk_RepIter& r) { return repList.Value(r); }
-  tolk_unsigned NumOfReps() { return static_cast<tolk_unsigned>(repList.Size()); }
+  void DeleteRep(const tolk_RepIter& r) { repList.RawRemove(r); }
+  // The step (scope, instance node) that the entry at r stands for.
+  static tolk_instance_step_base RLValue(const tolk_RepIter& r) {
+    tolk_hrnode_link* l = tolk_hrnode_link::FromRepLink(r.position);
+    return tolk_instance_step_base(l->repscope, tolk_UNode(static_cast<tolk_unode_link*>(l)));
+  }
+  tolk_unsigned NumOfReps() const { return static_cast<tolk_unsigned>(repList.Size()); }
   tolk_RepIter FirstRep() const { return repList.First(); }
 
   // The path below the edge's head or tail (the shared empty path for a leaf end).
@@ -253,7 +268,7 @@ class tolk_HGRAPH : public tolk_hgraph_base {
   E& Value(const tolk_UEdge& e) { return DataOf(e.Edge()); }
   G& Info() { return data; }
   tolk_HGRAPH* GetRepGraph(const tolk_UNode& n) const { return static_cast<tolk_HGRAPH*>(RefOf(n)); }
-  Step GetRepresentativeValue(const tolk_RepIter& r) { return Step(RLValue(r)); }
+  static Step GetRepresentativeValue(const tolk_RepIter& r) { return Step(RLValue(r)); }
 
   // The end's path seen from this graph: (this, end node), then the first step below an instance end.
   Path IHead(const tolk_UEdge& e) { return EndPath(e.Edge()->head, VHead(e)); }

@@ -49,13 +49,20 @@ class tolk_list_base_iter {
   }
   bool operator!=(const tolk_list_base_iter& o) const { return !(*this == o); }
 
- private:
-  // Self-looped and read-only: a list-independent end position.
-  static const tolk_list_link endLink;
+  // Self-looped and read-only: a list-independent end position. Lists without sentinels of
+  // their own (the graphs' incidence lists) end on it; nothing may ever write to it.
   static constexpr tolk_list_link* EndLink() { return const_cast<tolk_list_link*>(&endLink); }
+
+ private:
+  static const tolk_list_link endLink;
 };
 
 inline constinit const tolk_list_link tolk_list_base_iter::endLink{EndLink(), EndLink()};
+
+// Merge-sorts the n links (n >= 1) from head onwards, following their next pointers, into a chain
+// ending in null, and returns its first link; back pointers are left for the caller to relink. Equal
+// elements end up in reverse order.
+tolk_list_link* tolk_SortLinkChain(tolk_list_link* head, tolk_signed n, tolk_list_linkcmp cmp, const void* ctx);
 
 // Untyped doubly linked list over caller-made links; it never allocates or frees a link.
 // Sizes are counted while known; transfers leave them at -1 until Size() recounts.
