@@ -88,7 +88,7 @@ void ZELT_Grid::EndModify() { _modifiable = true; }
 // ---------------------------------------------------------------------------
 
 ZELT_Grid_DefIter ZELT_Grid::AddDefinition(long id, const char* name, DefType type) {
-  ZELT_Grid_Graph* g = new ZELT_Grid_Graph();
+  ZELT_Grid_Graph* g = new ZELT_Grid_Graph(ZELT_Grid_GraphData(), &_hier.Records());
   if (_pdefs->Insert(id, g) != nullptr) {
     delete g;
     return ZELT_Grid_DefIter();

@@ -3,6 +3,9 @@
 
 #include <utility>
 
+tolk_hgraph_base::tolk_hgraph_base(tolk_RecordPool* shared)
+    : ownRecords(shared != nullptr ? nullptr : new tolk_RecordPool), records(shared != nullptr ? shared : ownRecords.get()) {}
+
 const tolk_instance_base& tolk_hgraph_base::EmptyPath() {
   static const tolk_instance_base empty;
   return empty;

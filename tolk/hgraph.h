@@ -3,7 +3,10 @@
 
 #include "tolk/assert.h"
 #include "tolk/hgraph_path.h"
+#include <memory>
+
 #include "tolk/list.h"
+#include "tolk/pool.h"
 #include "tolk/ugraph.h"
 
 class tolk_hgraph_base;
@@ -53,6 +56,10 @@ enum : int { tolk_EDGE_LEAVES = 0, tolk_EDGE_TAIL_INSTANCE = 1, tolk_EDGE_HEAD_I
 class tolk_hgraph_base : public tolk_ugraph_base {
  public:
   tolk_list_base repList;
+
+  // Node and edge records come from records when given (shared by graphs that live and
+  // die together, and which must outlive them all), else from a pool of the graph's own.
+  explicit tolk_hgraph_base(tolk_RecordPool* records = nullptr);
 
   // Nodes and edges of a hierarchical graph carry records: only the typed graph makes them.
   tolk_UNode NodeInsert() = delete;
@@ -125,6 +132,12 @@ class tolk_hgraph_base : public tolk_ugraph_base {
                                 tolk_UNODEASSOC<tolk_UNode>& map);
   // Points the paths of enclosing graphs' edges that run through n at n's copies.
   void RedirectVConnects(const tolk_UNode& n, tolk_UNODEASSOC<tolk_UNode>& map);
+
+  tolk_RecordPool& Records() { return *records; }
+
+ private:
+  std::unique_ptr<tolk_RecordPool> ownRecords;
+  tolk_RecordPool* records;
 };
 
 // Walks the virtual connections of a leaf path: the edges of the instance node one
@@ -244,12 +257,13 @@ class tolk_HGRAPH : public tolk_hgraph_base {
 
   tolk_HGRAPH() = default;
   explicit tolk_HGRAPH(const G& g) : data(g) {}
+  tolk_HGRAPH(const G& g, tolk_RecordPool* records) : tolk_hgraph_base(records), data(g) {}
   ~tolk_HGRAPH() override { DestroyAll(); }
 
   tolk_UNode NodeInsert(const N& d, tolk_HGRAPH* ref) { return MakeInstance(d, ref, true); }
   tolk_UNode NodeAppend(const N& d, tolk_HGRAPH* ref) { return MakeInstance(d, ref, false); }
-  tolk_UNode LeafNodeInsert(const L& d) { return PlaceLeaf(new LeafNode{{}, d}, true); }
-  tolk_UNode LeafNodeAppend(const L& d) { return PlaceLeaf(new LeafNode{{}, d}, false); }
+  tolk_UNode LeafNodeInsert(const L& d) { return PlaceLeaf(MakeLeaf(d), true); }
+  tolk_UNode LeafNodeAppend(const L& d) { return PlaceLeaf(MakeLeaf(d), false); }
 
   // Edge between the first steps of tail and head; the rest of each path is stored
   // with the edge. The answer is the edge's A link, in the tail's list.
@@ -295,16 +309,29 @@ class tolk_HGRAPH : public tolk_hgraph_base {
 
   tolk_UNode MakeInstance(const N& d, tolk_HGRAPH* ref, bool front) {
     TOLK_ASSERT(ref != nullptr, "instance node without the graph it instantiates");
-    InstanceNode* l = new InstanceNode;
+    InstanceNode* l = Records().template New<InstanceNode>();
     l->data = d;
     return PlaceInstance(l, ref, front);
   }
 
-  static tolk_uedge_base* NewEdgeRecord(int kind, const E& d) {
+  LeafNode* MakeLeaf(const L& d) {
+    LeafNode* l = Records().template New<LeafNode>();
+    l->leafdata = d;
+    return l;
+  }
+
+  template <class Record>
+  tolk_uedge_base* MakeEdge(const E& d) {
+    Record* r = Records().template New<Record>();
+    r->data = d;
+    return r;
+  }
+
+  tolk_uedge_base* NewEdgeRecord(int kind, const E& d) {
     switch (kind) {
-      case tolk_EDGE_LEAVES: return new LeafEdge{{}, d};
-      case tolk_EDGE_INSTANCES: return new FullEdge{{}, d};
-      default: return new SemiEdge{{}, d};
+      case tolk_EDGE_LEAVES: return MakeEdge<LeafEdge>(d);
+      case tolk_EDGE_INSTANCES: return MakeEdge<FullEdge>(d);
+      default: return MakeEdge<SemiEdge>(d);
     }
   }
 
@@ -343,18 +370,18 @@ template <class G, class N, class E, class L>
 void tolk_HGRAPH<G, N, E, L>::DisposeNode(tolk_unode_link* n) {
   tolk_UNode pos(n);
   if (IsLeaf(pos)) {
-    delete static_cast<LeafNode*>(HLink(pos));
+    Records().Delete(static_cast<LeafNode*>(HLink(pos)));
   } else {
-    delete static_cast<InstanceNode*>(RLink(pos));
+    Records().Delete(static_cast<InstanceNode*>(RLink(pos)));
   }
 }
 
 template <class G, class N, class E, class L>
 void tolk_HGRAPH<G, N, E, L>::DisposeEdge(tolk_uedge_base* e) {
   switch (KindOf(e)) {
-    case tolk_EDGE_LEAVES: delete static_cast<LeafEdge*>(e); break;
-    case tolk_EDGE_INSTANCES: delete static_cast<FullEdge*>(static_cast<tolk_hedge_base*>(e)); break;
-    default: delete static_cast<SemiEdge*>(static_cast<tolk_semihedge_base*>(e)); break;
+    case tolk_EDGE_LEAVES: Records().Delete(static_cast<LeafEdge*>(e)); break;
+    case tolk_EDGE_INSTANCES: Records().Delete(static_cast<FullEdge*>(static_cast<tolk_hedge_base*>(e))); break;
+    default: Records().Delete(static_cast<SemiEdge*>(static_cast<tolk_semihedge_base*>(e))); break;
   }
 }
 
