@@ -2,11 +2,12 @@
 // connections, properties, containment and support relations.
 #pragma once
 
+#include <cstring>
 #include <vector>
 
 #include "grid/assoc.h"
 #include "grid/hentity.h"
-#include "grid/idindex.h"
+#include "grid/linkindex.h"
 #include "tolk/hgraph_hierarchy.h"
 #include "tolk/patricia.h"
 
@@ -43,11 +44,38 @@ class ZELT_Grid_VFConnectionIter {
   bool _virtual = false;               // walking the enclosing instance's edges
 };
 
+// The keys of a definition's lookup tables, read from its node and edge records.
+struct ZELT_Grid_EntityNameKeys {
+  typedef const char* Key;
+  uint64_t Hash(const char* name) const { return ZELT_Grid_KeyHash::OfName(name); }
+  const char* KeyOf(const tolk_list_link* node) const;
+  bool Same(const char* a, const char* b) const { return strcmp(a, b) == 0; }
+  ZELT_Grid_Graph* graph;
+};
+
+struct ZELT_Grid_EntityIdKeys {
+  typedef long Key;
+  uint64_t Hash(long id) const { return ZELT_Grid_KeyHash::OfId(id); }
+  long KeyOf(const tolk_list_link* node) const;
+  bool Same(long a, long b) const { return a == b; }
+  ZELT_Grid_Graph* graph;
+};
+
+struct ZELT_Grid_ConnIdKeys {
+  typedef long Key;
+  uint64_t Hash(long id) const { return ZELT_Grid_KeyHash::OfId(id); }
+  long KeyOf(const tolk_list_link* alink) const;
+  bool Same(long a, long b) const { return a == b; }
+  ZELT_Grid_Graph* graph;
+};
+
 // Everything the grid keeps per definition, in one side-array slot of the
 // definition table. A removed definition's slot is reset to this empty state
 // before the table hands it to a later definition.
 struct ZELT_Grid_DefSlot {
-  typedef tolk_TRBTREE<const char*, ZELT_Grid_EntityIter, ZELT_Grid_StringComparator> NameIndex;
+  typedef ZELT_Grid_LinkIndex<ZELT_Grid_EntityNameKeys> NameIndex;
+  typedef ZELT_Grid_LinkIndex<ZELT_Grid_EntityIdKeys> IdIndex;
+  typedef ZELT_Grid_LinkIndex<ZELT_Grid_ConnIdKeys> ConnIndex;
   typedef tolk_UNODEASSOC<ZELT_Grid_InitPtr<tolk_PropertySet>> EntityProps;
   struct Container {
     ZELT_Grid_EntityIter container;
@@ -57,9 +85,9 @@ struct ZELT_Grid_DefSlot {
   typedef tolk_TRBTREE<long, ZELT_Grid_EntityIter, ZELT_Grid_LongComparator> ContaineeSet;
   typedef tolk_PATRICIA<ZELT_Grid_EntityIter, ContaineeSet*> ContaineeMap;
 
-  NameIndex* names = nullptr;          // entity name -> entity; keys are own copies
-  ZELT_Grid_IdIndex* ids = nullptr;    // entity id -> node
-  ZELT_Grid_IdIndex* conns = nullptr;  // connection id -> edge link in its tail's list
+  NameIndex* names = nullptr;  // entity name -> node; the keys are the records' names
+  IdIndex* ids = nullptr;      // entity id -> node
+  ConnIndex* conns = nullptr;  // connection id -> edge link in its tail's list
   EntityProps* entprops = nullptr;     // entity property sets, one slot per node
   ContainerMap* containers = nullptr;
   ContaineeMap* containees = nullptr;
@@ -248,10 +276,17 @@ class ZELT_Grid {
   bool IsInstanceOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, DefType type) const;
   bool IsPrime(ZELT_Grid_Graph* g) const;
   char*& EntityNameSlot(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
+  // Record names live in the record pool beside the records.
+  char* NewName(const char* name);
+  void FreeName(char*& name);
 
   // Name and id indexes. Names that are null or empty are neither copied nor indexed.
   static bool IsNontrivial(const char* name) { return name != nullptr && name[0] != '\0'; }
   void AddDefName(ZELT_Grid_DefIter def, const char* name);
+  // The definition's lookup tables, made on first use.
+  ZELT_Grid_DefSlot::NameIndex& NameIndexOf(ZELT_Grid_DefIter def);
+  ZELT_Grid_DefSlot::IdIndex& IdIndexOf(ZELT_Grid_DefIter def);
+  ZELT_Grid_DefSlot::ConnIndex& ConnIndexOf(ZELT_Grid_DefIter def);
   void RemoveDefName(ZELT_Grid_DefIter def);
   void AddEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, const char* name);
   void RemoveEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);

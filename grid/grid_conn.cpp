@@ -34,7 +34,7 @@ ZELT_Grid_ConnectionIter ZELT_Grid::GetFirstConnection(ZELT_Grid_DefIter, ZELT_G
 }
 
 ZELT_Grid_ConnectionIter ZELT_Grid::GetConntionFromId(ZELT_Grid_DefIter def, long id) const {
-  ZELT_Grid_IdIndex* conns = Slot(def).conns;
+  ZELT_Grid_DefSlot::ConnIndex* conns = Slot(def).conns;
   tolk_list_link* link = conns ? conns->Find(id) : nullptr;
   return link ? ZELT_Grid_ConnectionIter(tolk_list_base_iter(link)) : ZELT_Grid_ConnectionIter();
 }
@@ -66,21 +66,17 @@ ZELT_Grid_HEntity ZELT_Grid::HGetConThisEnd(ZELT_Grid_DefIter def, ZELT_Grid_Ent
   return tailIsOther ? g->IHead(conn) : g->ITail(conn);
 }
 
-// A repeated id points the index at the newest connection.
+// A repeated id points the index at the newest connection. The index holds the
+// edge's A link, its position in the tail's list.
 void ZELT_Grid::AddConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn, long id) {
-  ZELT_Grid_DefSlot& slot = Slot(def);
-  if (!slot.conns) slot.conns = new ZELT_Grid_IdIndex();
-  slot.conns->Set(id, conn.position);
+  ConnIndexOf(def).Set(id, conn.Edge()->Alink());
 }
 
 // Only while the entry still names this connection: an older connection with a
 // repeated id must not take the newer one's entry with it.
 void ZELT_Grid::RemoveConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) {
-  ZELT_Grid_IdIndex* conns = Slot(def).conns;
-  if (!conns) return;
-  long id = GetConnectionID(def, conn);
-  tolk_list_link* stored = conns->Find(id);
-  if (stored && tolk_uedge_base::FromLink(stored) == conn.Edge()) conns->Erase(id);
+  ZELT_Grid_DefSlot::ConnIndex* conns = Slot(def).conns;
+  if (conns) conns->EraseIf(GetConnectionID(def, conn), conn.Edge()->Alink());
 }
 
 void ZELT_Grid::RemoveConnIdsOf(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {

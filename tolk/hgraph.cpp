@@ -48,7 +48,8 @@ tolk_UNode tolk_hgraph_base::PlaceInstance(tolk_hrnode_link* l, tolk_hgraph_base
 tolk_UEdge tolk_hgraph_base::PlaceEdge(tolk_uedge_base* rec, const tolk_instance_base& tail,
                                        const tolk_instance_base& head, bool front) {
   TOLK_ASSERT(tail[0].pscope == this && head[0].pscope == this, "edge path does not start in this graph");
-  switch (KindOfEnds(tail, head)) {
+  const int kind = KindOfEnds(tail, head);
+  switch (kind) {
     case tolk_EDGE_TAIL_INSTANCE: static_cast<tolk_semihedge_base*>(rec)->vadj.AppendFrom(tail, 1); break;
     case tolk_EDGE_HEAD_INSTANCE: static_cast<tolk_semihedge_base*>(rec)->vadj.AppendFrom(head, 1); break;
     case tolk_EDGE_INSTANCES:
@@ -57,13 +58,16 @@ tolk_UEdge tolk_hgraph_base::PlaceEdge(tolk_uedge_base* rec, const tolk_instance
       break;
     default: break;
   }
-  return LinkEdge(rec, tail[0].node, head[0].node, front);
+  tolk_UEdge e = LinkEdge(rec, tail[0].node, head[0].node, front);
+  SetKind(rec, kind);
+  return e;
 }
 
 tolk_UEdge tolk_hgraph_base::PlaceEdgeCopy(tolk_uedge_base* rec, const tolk_uedge_base* from, const tolk_UNode& tail,
                                            const tolk_UNode& head) {
   tolk_uedge_base* src = const_cast<tolk_uedge_base*>(from);
   tolk_UEdge e = LinkEdge(rec, tail, head, true);
+  SetKind(rec, KindOf(src));
   for (bool headEnd : {false, true}) {
     tolk_instance_base* to = VPathSlot(rec, headEnd);
     if (to != nullptr) *to = VPath(src, headEnd);

@@ -108,9 +108,12 @@ class tolk_hgraph_base : public tolk_ugraph_base {
  protected:
   static tolk_hnode_link* HLink(const tolk_UNode& n) { return static_cast<tolk_hnode_link*>(n.Link()); }
   static tolk_hrnode_link* RLink(const tolk_UNode& n) { return static_cast<tolk_hrnode_link*>(n.Link()); }
+  // Kept in the B link's id when the edge is linked, so that neither end node is read.
   static int KindOf(const tolk_uedge_base* e) {
-    return (static_cast<tolk_hnode_link*>(e->tail)->refptr ? tolk_EDGE_TAIL_INSTANCE : 0) |
-           (static_cast<tolk_hnode_link*>(e->head)->refptr ? tolk_EDGE_HEAD_INSTANCE : 0);
+    return static_cast<int>(static_cast<const tolk_uedge_blink*>(e)->id & tolk_EDGE_INSTANCES);
+  }
+  static void SetKind(tolk_uedge_base* e, int kind) {
+    e->Blink()->id = tolk_uedge_link::kBlinkMark | static_cast<tolk_unsigned>(kind);
   }
   static int KindOfEnds(const tolk_instance_base& tail, const tolk_instance_base& head);
   // The stored path at one end of an edge; null for a leaf end.

@@ -12,14 +12,18 @@ class tolk_UAssocArray_Manager;
 class tolk_UNodeAssoc_base;
 class tolk_UEdgeAssoc_base;
 
-// Index value of a node that no manager has numbered, and the id of every B link.
+// Index value of a node that no manager has numbered, and the id a B link starts with.
 inline constexpr tolk_unsigned tolk_UNNAMED = ~tolk_unsigned(0);
 
 // One end of an edge as it sits in a node's incidence list. The A link carries the
-// edge's index; the B link carries all ones, which is how a link knows its side.
+// edge's index; the B link's id has its top bit set, which is how a link knows its side
+// (edge indexes never reach that bit). The bits below it are the edge's own to use:
+// a derived graph may keep the kind of its edge records there.
 struct tolk_uedge_link : tolk_list_link {
+  static constexpr tolk_unsigned kBlinkMark = tolk_unsigned(1) << 63;
+
   tolk_unsigned id = 0;
-  bool IsBlink() const { return id == tolk_UNNAMED; }
+  bool IsBlink() const { return (id & kBlinkMark) != 0; }
 };
 
 // Distinct types for the two links so that the edge is reached from either one by a
