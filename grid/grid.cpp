@@ -154,8 +154,8 @@ void ZELT_Grid::DropDefinitionData(ZELT_Grid_DefIter def) {
 
 void ZELT_Grid::DeleteEntityIndexes(ZELT_Grid_DefSlot& slot) {
   delete slot.names;
-  delete slot.ids;
-  delete slot.conns;
+  slot.ids.Release();
+  slot.conns.Release();
 }
 
 namespace {
@@ -169,8 +169,6 @@ Index& Made(Index*& index, ZELT_Grid_Graph* graph) {
 }  // namespace
 
 ZELT_Grid_DefSlot::NameIndex& ZELT_Grid::NameIndexOf(ZELT_Grid_DefIter def) { return Made(Slot(def).names, Graph(def)); }
-ZELT_Grid_DefSlot::IdIndex& ZELT_Grid::IdIndexOf(ZELT_Grid_DefIter def) { return Made(Slot(def).ids, Graph(def)); }
-ZELT_Grid_DefSlot::ConnIndex& ZELT_Grid::ConnIndexOf(ZELT_Grid_DefIter def) { return Made(Slot(def).conns, Graph(def)); }
 
 const char* ZELT_Grid_EntityNameKeys::KeyOf(const tolk_list_link* node) const {
   tolk_UNode n(const_cast<tolk_list_link*>(node));
@@ -353,9 +351,19 @@ ZELT_Grid_EntityIter ZELT_Grid::GetEntityFromName(ZELT_Grid_DefIter def, const c
   return node ? ZELT_Grid_EntityIter(tolk_list_base_iter(node)) : ZELT_Grid_EntityIter();
 }
 
+namespace {
+
+// Every entity of g, for an id table being made.
+auto EveryNode(ZELT_Grid_Graph* g) {
+  return [g](auto&& take) {
+    for (tolk_UNode n = g->FirstNode(); !n.End(); n.Next()) take(n.position);
+  };
+}
+
+}  // namespace
+
 ZELT_Grid_EntityIter ZELT_Grid::GetEntityFromId(ZELT_Grid_DefIter def, long id) const {
-  ZELT_Grid_DefSlot::IdIndex* ids = Slot(def).ids;
-  tolk_list_link* node = ids ? ids->Find(id) : nullptr;
+  tolk_list_link* node = Slot(def).ids.Find(EntityIdKeysOf(def), id, EveryNode(Graph(def)));
   return node ? ZELT_Grid_EntityIter(tolk_list_base_iter(node)) : ZELT_Grid_EntityIter();
 }
 
@@ -383,11 +391,10 @@ void ZELT_Grid::RemoveEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent
 }
 
 void ZELT_Grid::AddEntityId(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, long id) {
-  IdIndexOf(def).Set(id, ent.position);
+  Slot(def).ids.Add(EntityIdKeysOf(def), id, ent.position, EveryNode(Graph(def)));
 }
 
 // Only while the entry still names ent: a newer entity with the same id keeps it.
 void ZELT_Grid::RemoveEntityId(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
-  ZELT_Grid_DefSlot::IdIndex* ids = Slot(def).ids;
-  if (ids) ids->EraseIf(GetEntityID(def, ent), ent.position);
+  Slot(def).ids.Remove(GetEntityID(def, ent), ent.position);
 }

@@ -74,8 +74,8 @@ struct ZELT_Grid_ConnIdKeys {
 // before the table hands it to a later definition.
 struct ZELT_Grid_DefSlot {
   typedef ZELT_Grid_LinkIndex<ZELT_Grid_EntityNameKeys> NameIndex;
-  typedef ZELT_Grid_LinkIndex<ZELT_Grid_EntityIdKeys> IdIndex;
-  typedef ZELT_Grid_LinkIndex<ZELT_Grid_ConnIdKeys> ConnIndex;
+  typedef ZELT_Grid_DeferredLinkIndex<ZELT_Grid_EntityIdKeys> IdIndex;
+  typedef ZELT_Grid_DeferredLinkIndex<ZELT_Grid_ConnIdKeys> ConnIndex;
   typedef tolk_UNODEASSOC<ZELT_Grid_InitPtr<tolk_PropertySet>> EntityProps;
   struct Container {
     ZELT_Grid_EntityIter container;
@@ -86,8 +86,8 @@ struct ZELT_Grid_DefSlot {
   typedef tolk_PATRICIA<ZELT_Grid_EntityIter, ContaineeSet*> ContaineeMap;
 
   NameIndex* names = nullptr;  // entity name -> node; the keys are the records' names
-  IdIndex* ids = nullptr;      // entity id -> node
-  ConnIndex* conns = nullptr;  // connection id -> edge link in its tail's list
+  IdIndex ids;                 // entity id -> node
+  ConnIndex conns;             // connection id -> edge link in its tail's list
   EntityProps* entprops = nullptr;     // entity property sets, one slot per node
   ContainerMap* containers = nullptr;
   ContaineeMap* containees = nullptr;
@@ -283,10 +283,10 @@ class ZELT_Grid {
   // Name and id indexes. Names that are null or empty are neither copied nor indexed.
   static bool IsNontrivial(const char* name) { return name != nullptr && name[0] != '\0'; }
   void AddDefName(ZELT_Grid_DefIter def, const char* name);
-  // The definition's lookup tables, made on first use.
+  // The definition's name table, made on first use, and what its id tables need.
   ZELT_Grid_DefSlot::NameIndex& NameIndexOf(ZELT_Grid_DefIter def);
-  ZELT_Grid_DefSlot::IdIndex& IdIndexOf(ZELT_Grid_DefIter def);
-  ZELT_Grid_DefSlot::ConnIndex& ConnIndexOf(ZELT_Grid_DefIter def);
+  ZELT_Grid_EntityIdKeys EntityIdKeysOf(ZELT_Grid_DefIter def) const { return {Graph(def)}; }
+  ZELT_Grid_ConnIdKeys ConnIdKeysOf(ZELT_Grid_DefIter def) const { return {Graph(def)}; }
   void RemoveDefName(ZELT_Grid_DefIter def);
   void AddEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, const char* name);
   void RemoveEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);

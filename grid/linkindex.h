@@ -116,6 +116,60 @@ class ZELT_Grid_LinkIndex {
   size_t _used = 0;
 };
 
+// An id table made only when it is first needed. While every key added was larger than
+// all keys added before it, the keys present are unique, and the table would hold exactly
+// the keys of the records present: a walk over those records builds it whenever it is
+// asked for. Models read from GDF number their entities and connections with a counter,
+// so their id tables are made only if someone looks an id up. A key out of order builds
+// the table at once, and from then on it is kept like any other.
+//
+// Plain data, so that it can sit in a side-array slot: its owner calls Release.
+// The walk given to Add and Find calls its argument with every record's link.
+template <class Traits>
+class ZELT_Grid_DeferredLinkIndex {
+ public:
+  typedef typename Traits::Key Key;
+  typedef ZELT_Grid_LinkIndex<Traits> Table;
+
+  template <class Walk>
+  void Add(const Traits& traits, const Key& key, tolk_list_link* link, Walk walk) {
+    if (_table == nullptr && (!_any || _last < key)) {
+      _any = true;
+      _last = key;
+      return;
+    }
+    Made(traits, walk).Set(key, link);
+  }
+  // Takes key's entry out if it names link.
+  void Remove(const Key& key, const tolk_list_link* link) {
+    if (_table != nullptr) _table->EraseIf(key, link);
+  }
+  template <class Walk>
+  tolk_list_link* Find(const Traits& traits, const Key& key, Walk walk) {
+    if (_table == nullptr && !_any) return nullptr;
+    return Made(traits, walk).Find(key);
+  }
+  bool IsMade() const { return _table != nullptr; }
+  void Release() {
+    delete _table;
+    *this = ZELT_Grid_DeferredLinkIndex();
+  }
+
+ private:
+  template <class Walk>
+  Table& Made(const Traits& traits, Walk walk) {
+    if (_table == nullptr) {
+      _table = new Table(traits);
+      walk([&](tolk_list_link* link) { _table->Set(traits.KeyOf(link), link); });
+    }
+    return *_table;
+  }
+
+  Table* _table = nullptr;
+  Key _last{};
+  bool _any = false;  // some key was added: _last is the largest
+};
+
 // Hashes for the tables' keys: the low 48 bits choose the slot, the top 16 bits tag it.
 namespace ZELT_Grid_KeyHash {
 
@@ -128,15 +182,10 @@ inline uint64_t Finish(uint64_t x) {
   return x;
 }
 
-// Ids mostly come from counters. Runs of sixteen neighbouring ids share one group of
-// slots, so that a build that walks a counter stays within a few cache lines; the groups
-// themselves are scattered, because keeping whole runs together let dense id blocks that
-// wrap around the table pile up into probe runs as long as the blocks.
-inline uint64_t OfId(long id) {
-  const uint64_t x = static_cast<uint64_t>(id);
-  const uint64_t slot = ((Finish(x >> 4) << 4) | (x & 15)) & ((uint64_t(1) << 48) - 1);
-  return (Finish(x) & ~((uint64_t(1) << 48) - 1)) | slot;
-}
+// Every id is scattered on its own. (Keeping runs of neighbouring ids in neighbouring
+// slots saved cache misses only while a table's ids were dense; a definition gets about
+// half of a model's counter, and its half-filled runs piled up into long probe runs.)
+inline uint64_t OfId(long id) { return Finish(static_cast<uint64_t>(id)); }
 
 inline uint64_t OfName(const char* name) {
   uint64_t h = 0xcbf29ce484222325ULL;

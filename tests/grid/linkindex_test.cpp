@@ -6,6 +6,7 @@
 #include <deque>
 #include <random>
 #include <unordered_map>
+#include <vector>
 
 namespace {
 
@@ -77,11 +78,58 @@ TEST(GridLinkIndex, KeysAreReadFromTheRecords) {
   EXPECT_EQ(index.Size(), 0u);
 }
 
-TEST(GridKeyHash, NeighbouringIdsShareSlotGroupsButNotTags) {
-  const uint64_t low48 = (uint64_t(1) << 48) - 1;
-  EXPECT_EQ(ZELT_Grid_KeyHash::OfId(32) & low48, (ZELT_Grid_KeyHash::OfId(47) & low48) - 15);
-  EXPECT_NE(ZELT_Grid_KeyHash::OfId(32) >> 48, ZELT_Grid_KeyHash::OfId(33) >> 48);
-  EXPECT_NE(ZELT_Grid_KeyHash::OfName("F01_L_510"), ZELT_Grid_KeyHash::OfName("F01_L_511"));
+// The records of a definition as the deferred table's walk sees them.
+struct Records {
+  std::deque<Record> all;
+  std::vector<Record*> live;
+  Record* Add(long key) {
+    live.push_back(&all.emplace_back(key));
+    return live.back();
+  }
+  void Remove(Record* r) { std::erase(live, r); }
+  auto Walk() {
+    return [this](auto&& take) {
+      for (Record* r : live) take(r);
+    };
+  }
+};
+
+typedef ZELT_Grid_DeferredLinkIndex<CrowdedKeys> Deferred;
+
+TEST(GridDeferredLinkIndex, AscendingKeysWaitForTheFirstLookup) {
+  Records rs;
+  Deferred ids;
+  for (long k : {3, 8, 20, 21}) ids.Add(CrowdedKeys{}, k, rs.Add(k), rs.Walk());
+  ids.Remove(8, rs.live[1]);
+  rs.Remove(rs.live[1]);
+  EXPECT_FALSE(ids.IsMade());
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 20, rs.Walk()), rs.live[1]);
+  EXPECT_TRUE(ids.IsMade());
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 8, rs.Walk()), nullptr);
+  ids.Add(CrowdedKeys{}, 30, rs.Add(30), rs.Walk());  // kept at once now
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 30, rs.Walk()), rs.live.back());
+  ids.Release();
+}
+
+// A repeated key builds the table before it is added, so the newest record wins, and
+// removing that record leaves the key unfound although an older record still has it.
+TEST(GridDeferredLinkIndex, KeyOutOfOrderKeepsTheNewestRecord) {
+  Records rs;
+  Deferred ids;
+  Record* older = rs.Add(5);
+  ids.Add(CrowdedKeys{}, 5, older, rs.Walk());
+  ids.Add(CrowdedKeys{}, 9, rs.Add(9), rs.Walk());
+  Record* newer = rs.Add(5);
+  ids.Add(CrowdedKeys{}, 5, newer, rs.Walk());
+  EXPECT_TRUE(ids.IsMade());
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 5, rs.Walk()), newer);
+  ids.Remove(5, older);
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 5, rs.Walk()), newer);
+  ids.Remove(5, newer);
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 5, rs.Walk()), nullptr);
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 9, rs.Walk()), rs.live[1]);
+  ids.Release();
+  EXPECT_EQ(ids.Find(CrowdedKeys{}, 9, rs.Walk()), nullptr);  // released: as new
 }
 
 }  // namespace
