@@ -62,7 +62,7 @@ ZELT_Grid::ZELT_Grid()
 ZELT_Grid::~ZELT_Grid() {
   DeleteHPropSets();
   for (ZELT_Grid_DefIter def = GetFirstDef(); !IsEnd(def); NextDef(def)) {
-    DropEntityPropSets(def);
+    DropEntityPropLists(def);
     DropDefinitionData(def);
   }
   delete _pdefslots;
@@ -131,7 +131,7 @@ int ZELT_Grid::RemoveDefinition(ZELT_Grid_DefIter def) {
   ZELT_Grid_Graph* g = Graph(def);
   if (!IsPrime(g)) return 1;
   DropHPropsThrough(g, nullptr);
-  DropEntityPropSets(def);
+  DropEntityPropLists(def);
   RemoveContainAssocInDef(def);
   DropDefinitionData(def);
   int result = _hier.DeleteScope(g);
@@ -300,7 +300,7 @@ int ZELT_Grid::RemoveEntity(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
   RemoveConnectionsReaching(def, ent);
   RemoveSupportRelationsOf(def, ent);
   DropHPropsThrough(Graph(def), ent.position);
-  ClearPropSet(def, ent);
+  ClearPropList(def, ent);
   RemoveContainerOf(def, ent);
   RemoveContaineesOf(def, ent);
   return _hier.DeleteNode(Graph(def), ent);

@@ -8,6 +8,7 @@
 #include "grid/assoc.h"
 #include "grid/hentity.h"
 #include "grid/linkindex.h"
+#include "grid/proplist.h"
 #include "tolk/hgraph_hierarchy.h"
 #include "tolk/patricia.h"
 
@@ -76,7 +77,7 @@ struct ZELT_Grid_DefSlot {
   typedef ZELT_Grid_LinkIndex<ZELT_Grid_EntityNameKeys> NameIndex;
   typedef ZELT_Grid_DeferredLinkIndex<ZELT_Grid_EntityIdKeys> IdIndex;
   typedef ZELT_Grid_DeferredLinkIndex<ZELT_Grid_ConnIdKeys> ConnIndex;
-  typedef tolk_UNODEASSOC<ZELT_Grid_InitPtr<tolk_PropertySet>> EntityProps;
+  typedef tolk_UNODEASSOC<ZELT_Grid_PropList> EntityProps;
   struct Container {
     ZELT_Grid_EntityIter container;
     long seq;  // when the relation was made; orders the containee sets
@@ -88,7 +89,7 @@ struct ZELT_Grid_DefSlot {
   NameIndex* names = nullptr;  // entity name -> node; the keys are the records' names
   IdIndex ids;                 // entity id -> node
   ConnIndex conns;             // connection id -> edge link in its tail's list
-  EntityProps* entprops = nullptr;     // entity property sets, one slot per node
+  EntityProps* entprops = nullptr;     // entity property lists, one slot per node
   ContainerMap* containers = nullptr;
   ContaineeMap* containees = nullptr;
   tolk_PropertySet* defprops = nullptr;
@@ -299,11 +300,11 @@ class ZELT_Grid {
   void RemoveConnectionsThrough(ZELT_Grid_Graph* scope, const tolk_UNode& instance, const ZELT_Grid_HEntity& lead);
   void DeleteEntityIndexes(ZELT_Grid_DefSlot& slot);
 
-  // Entity property sets.
-  tolk_PropertySet* FindPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
-  tolk_PropertySet& PropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
-  void ClearPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
-  void DropEntityPropSets(ZELT_Grid_DefIter def);
+  // Entity property lists: null when the definition has none yet.
+  ZELT_Grid_PropList* FindPropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
+  ZELT_Grid_PropList& PropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
+  void ClearPropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
+  void DropEntityPropLists(ZELT_Grid_DefIter def);
   void DeleteHPropSets();
   // Drops the path properties of paths through node of scope (any node when null).
   void DropHPropsThrough(const tolk_hgraph_base* scope, const tolk_list_link* node);
