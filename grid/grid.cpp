@@ -58,16 +58,19 @@ ZELT_Grid::ZELT_Grid()
       _containseq(0) {}
 
 // Tears the model down wholesale rather than entity by entity: nothing can
-// observe the intermediate states, and the hierarchy destroys the graphs.
+// observe the intermediate states. Records and their names live in the
+// hierarchy's pool, which goes with the hierarchy, so they are not given back
+// one by one; property values may hold memory of their own and are released.
 ZELT_Grid::~ZELT_Grid() {
   DeleteHPropSets();
   for (ZELT_Grid_DefIter def = GetFirstDef(); !IsEnd(def); NextDef(def)) {
     DropEntityPropLists(def);
-    DropDefinitionData(def);
+    ReleaseDefinitionData(def);
   }
   delete _pdefslots;
   DeleteNameIndex(_pdefname2it);
   delete _pdefs;
+  _hier.AbandonRecords();
 }
 
 bool ZELT_Grid::BeginModify() {
@@ -142,12 +145,17 @@ int ZELT_Grid::RemoveDefinition(ZELT_Grid_DefIter def) {
 // Releases everything the grid keeps for a definition outside its graph and
 // leaves the definition's slot empty for whichever definition takes it next.
 void ZELT_Grid::DropDefinitionData(ZELT_Grid_DefIter def) {
+  for (ZELT_Grid_EntityIter ent = GetFirstEntity(def); !IsEnd(ent); NextEntity(def, ent))
+    FreeName(EntityNameSlot(def, ent));
+  ReleaseDefinitionData(def);
+}
+
+// All of it but the entities' names.
+void ZELT_Grid::ReleaseDefinitionData(ZELT_Grid_DefIter def) {
   ZELT_Grid_DefSlot& slot = Slot(def);
   delete slot.defprops;
   DeleteContainmentMaps(def);
   RemoveDefName(def);
-  for (ZELT_Grid_EntityIter ent = GetFirstEntity(def); !IsEnd(ent); NextEntity(def, ent))
-    FreeName(EntityNameSlot(def, ent));
   DeleteEntityIndexes(slot);
   slot = ZELT_Grid_DefSlot();
 }

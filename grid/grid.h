@@ -271,6 +271,7 @@ class ZELT_Grid {
   ZELT_Grid_DefIter AddDefinition(long id, const char* name, DefType type);
   int RemoveDefinition(ZELT_Grid_DefIter def);
   void DropDefinitionData(ZELT_Grid_DefIter def);
+  void ReleaseDefinitionData(ZELT_Grid_DefIter def);
   ZELT_Grid_EntityIter AddLeaf(ZELT_Grid_DefIter def, long id, const char* name, LeafType type);
   int RemoveEntity(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   bool IsLeafOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, LeafType type) const;

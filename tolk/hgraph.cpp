@@ -6,6 +6,12 @@
 tolk_hgraph_base::tolk_hgraph_base(tolk_RecordPool* shared)
     : ownRecords(shared != nullptr ? nullptr : new tolk_RecordPool), records(shared != nullptr ? shared : ownRecords.get()) {}
 
+void tolk_hgraph_base::ForgetRecords() {
+  RawForget();
+  repList.RawForget();
+  NEdges = 0;
+}
+
 const tolk_instance_base& tolk_hgraph_base::EmptyPath() {
   static const tolk_instance_base empty;
   return empty;

@@ -4,6 +4,7 @@
 #include "tolk/assert.h"
 #include "tolk/hgraph_path.h"
 #include <memory>
+#include <type_traits>
 
 #include "tolk/list.h"
 #include "tolk/pool.h"
@@ -137,6 +138,8 @@ class tolk_hgraph_base : public tolk_ugraph_base {
   void RedirectVConnects(const tolk_UNode& n, tolk_UNODEASSOC<tolk_UNode>& map);
 
   tolk_RecordPool& Records() { return *records; }
+  // Empties the graph, lists only, after the records have let go of what they own.
+  void ForgetRecords();
 
  private:
   std::unique_ptr<tolk_RecordPool> ownRecords;
@@ -291,6 +294,14 @@ class tolk_HGRAPH : public tolk_hgraph_base {
   Path IHead(const tolk_UEdge& e) { return EndPath(e.Edge()->head, VHead(e)); }
   Path ITail(const tolk_UEdge& e) { return EndPath(e.Edge()->tail, VTail(e)); }
 
+  // For graphs destroyed together with the pool their records came from: lets every
+  // record let go of what it owns and empties the graph, without unlinking the records
+  // or giving them back one by one. Every graph that refers to this one (through
+  // instance nodes or paths) must be abandoned too, and none may be used again but to
+  // destroy it; the pool must go soon after. Records whose data need destructors are
+  // deleted one by one as usual.
+  void AbandonRecords();
+
   // Appends a copy of every node of other, recording each copy in map (an array of
   // other's), then a copy of every edge of other, each at the front of its lists.
   void AppendGraph(tolk_HGRAPH* other, tolk_UNODEASSOC<tolk_UNode>& map);
@@ -385,6 +396,25 @@ void tolk_HGRAPH<G, N, E, L>::DisposeEdge(tolk_uedge_base* e) {
     case tolk_EDGE_LEAVES: Records().Delete(static_cast<LeafEdge*>(e)); break;
     case tolk_EDGE_INSTANCES: Records().Delete(static_cast<FullEdge*>(static_cast<tolk_hedge_base*>(e))); break;
     default: Records().Delete(static_cast<SemiEdge*>(static_cast<tolk_semihedge_base*>(e))); break;
+  }
+}
+
+template <class G, class N, class E, class L>
+void tolk_HGRAPH<G, N, E, L>::AbandonRecords() {
+  if constexpr (!std::is_trivially_destructible_v<N> || !std::is_trivially_destructible_v<L> ||
+                !std::is_trivially_destructible_v<E>) {
+    DestroyAll();
+  } else {
+    // Only the paths below an edge's instance ends may hold memory of their own.
+    for (tolk_UNode n = FirstNode(); !n.End(); n.Next()) {
+      for (tolk_UEdge e = tolk_UEdge::First(n); !e.End(); e.Next()) {
+        if (e.IsBlink()) continue;
+        for (bool headEnd : {false, true}) {
+          if (tolk_instance_base* path = VPathSlot(e.Edge(), headEnd)) *path = tolk_instance_base();
+        }
+      }
+    }
+    ForgetRecords();
   }
 }
 

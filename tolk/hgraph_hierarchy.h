@@ -88,6 +88,14 @@ class tolk_HIERARCHY {
 
   tolk_RecordPool& Records() { return records; }
 
+  // Lets go of every graph's records wholesale (tolk_HGRAPH::AbandonRecords), for a
+  // hierarchy about to be destroyed: its graphs are then deleted empty.
+  void AbandonRecords() {
+    for (GraphSet* set : {&Primes, &Scopes}) {
+      for (tolk_RBTreeIter it = set->First(); !it.End(); it.Next()) set->Value(it)->AbandonRecords();
+    }
+  }
+
   bool IsKnown(Graph* g) { return g != nullptr && (IsPrime(g) || Scopes.Search(g) != nullptr); }
   bool IsPrime(Graph* g) { return Primes.Search(g) != nullptr; }
   const GraphSet& GetPrimes() const { return Primes; }

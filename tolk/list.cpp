@@ -183,6 +183,12 @@ tolk_list_link* tolk_list_base::RawRemove(tolk_list_base_iter it) {
   return link;
 }
 
+void tolk_list_base::RawForget() {
+  start.next = &end;
+  end.last = &start;
+  size = 0;
+}
+
 void tolk_list_base::TransferItem(tolk_list_base& dest, tolk_list_base_iter it) {
   TransferSublist(dest, it, it);
 }

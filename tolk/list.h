@@ -92,6 +92,8 @@ class tolk_list_base {
   void RawInsertAfter(tolk_list_link* link, tolk_list_base_iter it);
   // Unlinks the element at it and hands it back; null (and no change) at an end position.
   tolk_list_link* RawRemove(tolk_list_base_iter it);
+  // Empties the list without touching its elements, for an owner that disposes of them wholesale.
+  void RawForget();
 
   // Move elements of this list to the end of dest, without copying; both sizes become unknown.
   void TransferItem(tolk_list_base& dest, tolk_list_base_iter it);
