@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "gdf/gdf_actions.h"
 #include "grid/grid.h"
@@ -40,8 +41,9 @@ class ZELT_FlowRoleRegistry;
 // module-level.
 class ZELT_Grid_GDF_ParseToGrid {
  public:
-  // Terminals an element may have.
+  // Terminals an element may have, and all elements of one parse together.
   static constexpr long kMaxElementTerminals = 65535;
+  static constexpr long kMaxElementTerminalsPerParse = 262144;
 
   explicit ZELT_Grid_GDF_ParseToGrid(ZELT_Grid& grid);
   ~ZELT_Grid_GDF_ParseToGrid();
@@ -65,9 +67,12 @@ class ZELT_Grid_GDF_ParseToGrid {
 
   // Parses a whole stream or text into the grid, inside one modification
   // phase of the grid. True when all of it was valid; warnings, when given,
-  // receives the number of warnings.
+  // receives the number of warnings. A stream that fails to read ends the
+  // parse quietly where the failure struck, with false and InputError() set.
   bool ParseGDF(FILE* in, int* warnings);
   bool ParseGDF(const char* text, int* warnings);
+  // The errno of the read failure that ended the last parse, or 0.
+  int InputError() const { return _input_error; }
 
   // ---- Existence checks (each returns fake unchanged in fake-check mode) ----
   bool HaveDef(const char* name, bool fake);
@@ -216,6 +221,7 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_RootRegistry* _prootreg = nullptr;
   ZELT_FlowRoleRegistry* _pflowrolereg = nullptr;
   bool _fake_check = false;
+  int _input_error = 0;
 
   // The last definitions and entity looked up by name, and the properties.
   struct DefLookup {
@@ -229,4 +235,5 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_Grid_EntityIter _last_entity;
   bool _last_entity_valid = false;
   std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
+  std::vector<ZELT_Grid_HEntityStep> _path_steps; // of the name FindHEntPath resolves
 };
