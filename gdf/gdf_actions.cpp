@@ -163,17 +163,23 @@ int Count(size_t size) { return static_cast<int>(size); }
 
 ZELT_Grid_PropKeyAndType ValueKey() { return {S.curr_prop.key, S.value.type}; }
 
-// The property must not be on the statement's target yet.
+// The property must not be on the statement's target yet, and the target must
+// have room for it.
 bool CheckNotOnTarget() {
   const int key = S.curr_prop.key;
+  const char* def = S.curr_context.get();
   switch (S.curr_propaction) {
     case GDF_PROP_ADD:
-      return Check(!S.gdf->InstHasProp(S.curr_context.get(), S.curr_instance.get(), key),
-                   "Property already exists on instance");
+      return Check(!S.gdf->InstHasProp(def, S.curr_instance.get(), key), "Property already exists on instance") &&
+             Check(!S.gdf->InstPropsFull(def, S.curr_instance.get()),
+                   "ERROR: An instance may carry at most 4096 properties");
     case GDF_HPROP_ADD:
-      return Check(!S.gdf->HInstHasProp(S.curr_hent, key), "Property already exists on hierarchical instance");
+      return Check(!S.gdf->HInstHasProp(S.curr_hent, key), "Property already exists on hierarchical instance") &&
+             Check(!S.gdf->HInstPropsFull(S.curr_hent),
+                   "ERROR: A hierarchical instance may carry at most 4096 properties");
     case GDF_DEFPROP_ADD:
-      return Check(!S.gdf->DefHasProp(S.curr_context.get(), key), "Property already exists on definition");
+      return Check(!S.gdf->DefHasProp(def, key), "Property already exists on definition") &&
+             Check(!S.gdf->DefPropsFull(def), "ERROR: A definition may carry at most 4096 properties");
     case GDF_PROPSET_ADD:
       return true;
   }

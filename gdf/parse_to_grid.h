@@ -44,6 +44,10 @@ class ZELT_Grid_GDF_ParseToGrid {
   // Terminals an element may have, and all elements of one parse together.
   static constexpr long kMaxElementTerminals = 65535;
   static constexpr long kMaxElementTerminalsPerParse = 262144;
+  // Properties one instance, hierarchical entity or definition may carry. A
+  // target's properties form a list that every statement about it walks, so
+  // without a cap n statements about one target would take time quadratic in n.
+  static constexpr int kMaxTargetProperties = 4096;
 
   explicit ZELT_Grid_GDF_ParseToGrid(ZELT_Grid& grid);
   ~ZELT_Grid_GDF_ParseToGrid();
@@ -117,6 +121,10 @@ class ZELT_Grid_GDF_ParseToGrid {
   bool InstHasProp(const char* def, const char* inst, int key);
   bool HInstHasProp(const ZELT_Grid_HEntity& hent, int key);
   bool DefHasProp(const char* def, int key);
+  // True when the target carries kMaxTargetProperties properties already.
+  bool InstPropsFull(const char* def, const char* inst);
+  bool HInstPropsFull(const ZELT_Grid_HEntity& hent);
+  bool DefPropsFull(const char* def);
 
   // A null text stores a null string value.
   void AddPropadd(const char* def, const char* inst, ZELT_Grid_PropKeyAndType kt, long value);
@@ -202,8 +210,8 @@ class ZELT_Grid_GDF_ParseToGrid {
   void AddHierProperty(const ZELT_Grid_HEntity& hent, ZELT_Grid_PropKeyAndType kt, Value... value);
   template <class... Value>
   void AddDefinitionProperty(const char* def, ZELT_Grid_PropKeyAndType kt, Value... value);
-  template <class HasKey, class Add>
-  bool ApplyPropSet(const char* propset, const char* target_kind, HasKey has_key, Add add);
+  template <class Keys, class Add>
+  bool ApplyPropSet(const char* propset, const char* target_kind, Keys keys, Add add);
 
   long* _termids = nullptr;
   int _termids_size = 0;

@@ -314,6 +314,48 @@ TEST(ParseToGridTest, ElementsShareABudgetOfTerminals) {
   EXPECT_TRUE(ok);
 }
 
+// Every statement about a target walks its list of properties; a cap keeps
+// that walk short. A property set fills a target up to the cap and no further.
+TEST(ParseToGridTest, TargetsCarryAtMost4096Properties) {
+  const auto aux_lines = [](const std::string& head, int from, int to) {
+    std::string lines;
+    for (int i = from; i < to; ++i) lines += head + "P" + std::to_string(i) + "_AUX int32 " + std::to_string(i) + "\n";
+    return lines;
+  };
+  const std::string model = "ckt C x y\nckt D\ninst D.c C\n";
+  const struct {
+    std::string head, refusal;
+  } targets[] = {
+      {"propadd C.x ", "ERROR: An instance may carry at most 4096 properties"},
+      {"hpropadd D.c.x ", "ERROR: A hierarchical instance may carry at most 4096 properties"},
+      {"defpropadd C ", "ERROR: A definition may carry at most 4096 properties"},
+  };
+  for (const auto& target : targets) {
+    GdfModel full;
+    bool ok = false;
+    EXPECT_EQ(full.Parse(model + aux_lines(target.head, 0, 4096), &ok), "");
+    EXPECT_TRUE(ok);
+    const std::string printed = full.Parse(aux_lines(target.head, 4096, 4097), &ok);
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(printed.ends_with(target.refusal + "\n")) << printed;
+  }
+
+  GdfModel from_set;
+  bool ok = true;
+  EXPECT_EQ(from_set.Parse(model + "propadd C.y P7_AUX int32 7\npropset S {\n" + aux_lines("  ", 0, 4100) + "}\n" +
+                           "propsetadd C.y S\n", &ok),
+            "ERROR: Cannot add property 'P7_AUX;int32' from propset 'S' to instance - It already exists\n"
+            "ERROR: Cannot add the rest of propset 'S' to instance - It carries 4096 properties already\n"
+            "propsetadd C.y S\n                ^\nLine 4107, Char 16: \n");
+  const ZELT_Grid_DefIter c = from_set.grid.GetDefFromName("C");
+  const ZELT_Grid_EntityIter y = from_set.grid.GetEntityFromName(c, "y");
+  int carried = 0;
+  for (ZELT_Grid_PropIter it = from_set.grid.GetFirstProperty(c, y); !from_set.grid.IsEnd(it);
+       from_set.grid.NextProperty(c, y, it))
+    ++carried;
+  EXPECT_EQ(carried, 4096);
+}
+
 TEST(ParseToGridTest, BuildsTheBundledFeeders) {
   // Instances, entities (nodes and instances) and connections of the prime circuit.
   const struct {
