@@ -1,5 +1,4 @@
 // libFuzzer target: arbitrary bytes read as a GDF file into a fresh grid with every registry attached, then walked as feedwalk walks it.
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -18,10 +17,8 @@
 void tolk_assertfunc(bool test, const char* filename, unsigned int linenumber, const char* message,
                      const char* optmessage) {
   if (test) return;
-  fprintf(stderr, "\n\n >>>>>> Internal Error (Assert Failure): %s \n", message ? message : "");
-  if (optmessage) fprintf(stderr, "   %s \n", optmessage);
-  fprintf(stderr, "     At file:%s line %u <<<<<<<\n\n", filename ? filename : "", linenumber);
-  fflush(stderr);
+  fprintf(stderr, "Internal consistency stop at %s:%u: %s %s\n", filename ? filename : "", linenumber,
+          message ? message : "", optmessage ? optmessage : "");
   abort();
 }
 
