@@ -4,40 +4,21 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
-#include <utility>
 #include <vector>
 
+#include "driver/feeder_walk.h"
 #include "gdf/parse_to_grid.h"
-#include "grid/util.h"
-#include "orient/slorient.h"
 #include "registry/prop_registry.h"
 
 namespace {
 
 const char* const kProgram = "feedwalk";
-const char* const kBreakerDefPrefix = "DynamicProtectiveDevice";
 
 enum ExitStatus { kSuccess = 0, kMissingProperty = 4, kFileOrUsageError = 8 };
 
 // Output lines collect here before they reach the file; large enough that a
 // big model is written in a few hundred system calls.
 char edge_buffer[1 << 20];
-
-// A property value counts as 1 only when it is an integer equal to 1. Values
-// of any other kind (a property declared with another type) and null values
-// ("--" in the GDF file) are "not 1".
-bool IsIntegerOne(const ZELT_Grid_PropData& value) {
-  if (value.IsNull()) return false;
-  switch (value.QType()) {
-    case ZELT_Grid_PropData::int32:
-      return value.QInt32() == 1;
-    case ZELT_Grid_PropData::int64:
-      return value.QInt64() == 1;
-    default:
-      return false;
-  }
-}
 
 double walltime() {
   struct timeval tv;
@@ -83,69 +64,6 @@ class PhaseProfile {
   int _nphases = 0;
 };
 
-// True when ent is an instance of a breaker definition (its name begins with
-// the breaker prefix) whose SUBTYPECD is 1.
-bool IsDPDBreaker(ZELT_Grid& gm, ZELT_Grid_DefIter& def, ZELT_Grid_EntityIter& ent, int brkr_propkey) {
-  if (!gm.IsElementInst(def, ent) && !gm.IsCircuitInst(def, ent)) return false;
-  const char* defname = gm.GetDefName(gm.GetDefinition(def, ent));
-  if (defname == nullptr || strncmp(defname, kBreakerDefPrefix, strlen(kBreakerDefPrefix)) != 0) return false;
-  ZELT_Grid_PropIter prop = gm.GetProperty(def, ent, brkr_propkey);
-  if (gm.IsEnd(prop)) return false;
-  return IsIntegerOne(gm.GetPropertyValue(def, ent, prop));
-}
-
-// The one-step path that names ent inside def.
-ZELT_Grid_HEntity ConstructHEnt(ZELT_Grid& gm, ZELT_Grid_DefIter& def, ZELT_Grid_EntityIter& ent) {
-  ZELT_Grid_HEntity hent;
-  ZELT_Grid_HEntityStep step;
-  gm.InitHEntStep(step, def, ent);
-  hent.AppendStep(step);
-  return hent;
-}
-
-// ON for a normal position of 1, OFF for any other value; entities without
-// the property keep UNSET.
-void InitializeCondStateSetSL(ZELT_Grid_CondStateSetSL& cst, ZELT_Grid& gm, ZELT_Grid_DefIter& def,
-                              int normpos_propkey) {
-  int count = 0;
-  if (!gm.IsEnd(def)) {
-    for (ZELT_Grid_EntityIter ent = gm.GetFirstEntity(def); !gm.IsEnd(ent); gm.NextEntity(def, ent)) {
-      ZELT_Grid_PropIter prop = gm.GetProperty(def, ent, normpos_propkey);
-      if (gm.IsEnd(prop)) continue;
-      cst.SetState(ent, IsIntegerOne(gm.GetPropertyValue(def, ent, prop)) ? ON : OFF);
-      ++count;
-    }
-  }
-  fprintf(stderr, "INFO(%s):  Initialized conductivity state for %d entities from NORMALPOSITION_A property.\n",
-          "InitializeCondStateSetSL", count);
-  fflush(stderr);
-}
-
-// The breakers of def, in entity order, as one-step paths.
-std::vector<ZELT_Grid_HEntity> FindBreakers(ZELT_Grid& gm, ZELT_Grid_DefIter& def, int subtype_propkey) {
-  std::vector<ZELT_Grid_HEntity> sources;
-  if (gm.IsEnd(def)) return sources;  // a model without definitions has no breaker
-  for (ZELT_Grid_EntityIter ent = gm.GetFirstEntity(def); !gm.IsEnd(ent); gm.NextEntity(def, ent)) {
-    if (IsDPDBreaker(gm, def, ent, subtype_propkey)) sources.push_back(ConstructHEnt(gm, def, ent));
-  }
-  return sources;
-}
-
-// Writes one "from to" line per pair and counts them in nedges. False as soon
-// as the stream reports a write error.
-bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs, const ZELT_Grid& gm, int& nedges) {
-  std::string line;
-  for (const ZELT_Grid_HEntityPair& pair : pairs) {
-    line = ZELT_Grid_Util::HEntToString(pair.first, gm);
-    line += ' ';
-    line += ZELT_Grid_Util::HEntToString(pair.second, gm);
-    line += '\n';
-    if (fwrite(line.data(), 1, line.size(), edgefile) != line.size()) return false;
-    ++nedges;
-  }
-  return true;
-}
-
 // Flushes and closes the output; false when either fails (a full disk).
 bool CloseEdgeFile(FILE* edgefile) {
   bool flushed = fflush(edgefile) == 0 && !ferror(edgefile);
@@ -158,6 +76,16 @@ int ReportMissingProperty(const char* name, FILE* edgefile, const PhaseProfile& 
   fclose(edgefile);  // stays behind empty
   profile.Report();
   return kMissingProperty;
+}
+
+// A read that failed part-way leaves a model cut at an arbitrary point, which
+// must not pass for the model the file holds.
+int ReportReadFailure(const char* gdffilename, int error, FILE* edgefile, const PhaseProfile& profile) {
+  fprintf(stderr, "ERROR %s: Could not read input GDF file %s (%s).\n", kProgram, gdffilename, strerror(error));
+  fflush(stderr);
+  fclose(edgefile);  // stays behind empty
+  profile.Report();
+  return kFileOrUsageError;
 }
 
 int ReportWriteFailure(const char* edgefilename, const PhaseProfile& profile) {
@@ -202,6 +130,7 @@ int main(int argc, char** argv) {
   // A file with errors still leads on with whatever model was built.
   gdfp.ParseGDF(in, nullptr);
   fclose(in);
+  if (gdfp.InputError() != 0) return ReportReadFailure(gdffilename, gdfp.InputError(), edgefile, profile);
   fprintf(stderr, "INFO(%s):  Finished reading grid model from GDF file %s.\n", kProgram, gdffilename);
   fflush(stderr);
   profile.EndPhase("parse");

@@ -37,6 +37,7 @@ struct ParserState {
   ZELT_Grid_PropKeyAndType curr_prop{-1, ZELT_Grid_ValueType::none};
   PropAction curr_propaction = GDF_PROP_ADD;
   int warnings = 0;
+  int64_t element_terminals = 0; // of the elements read so far
   char msg[133] = {};
 
   // The value of the property statement being read, and the text it may borrow.
@@ -162,17 +163,23 @@ int Count(size_t size) { return static_cast<int>(size); }
 
 ZELT_Grid_PropKeyAndType ValueKey() { return {S.curr_prop.key, S.value.type}; }
 
-// The property must not be on the statement's target yet.
+// The property must not be on the statement's target yet, and the target must
+// have room for it.
 bool CheckNotOnTarget() {
   const int key = S.curr_prop.key;
+  const char* def = S.curr_context.get();
   switch (S.curr_propaction) {
     case GDF_PROP_ADD:
-      return Check(!S.gdf->InstHasProp(S.curr_context.get(), S.curr_instance.get(), key),
-                   "Property already exists on instance");
+      return Check(!S.gdf->InstHasProp(def, S.curr_instance.get(), key), "Property already exists on instance") &&
+             Check(!S.gdf->InstPropsFull(def, S.curr_instance.get()),
+                   "ERROR: An instance may carry at most 4096 properties");
     case GDF_HPROP_ADD:
-      return Check(!S.gdf->HInstHasProp(S.curr_hent, key), "Property already exists on hierarchical instance");
+      return Check(!S.gdf->HInstHasProp(S.curr_hent, key), "Property already exists on hierarchical instance") &&
+             Check(!S.gdf->HInstPropsFull(S.curr_hent),
+                   "ERROR: A hierarchical instance may carry at most 4096 properties");
     case GDF_DEFPROP_ADD:
-      return Check(!S.gdf->DefHasProp(S.curr_context.get(), key), "Property already exists on definition");
+      return Check(!S.gdf->DefHasProp(def, key), "Property already exists on definition") &&
+             Check(!S.gdf->DefPropsFull(def), "ERROR: A definition may carry at most 4096 properties");
     case GDF_PROPSET_ADD:
       return true;
   }
@@ -221,6 +228,7 @@ void gdf_parse_init(ZELT_Grid_GDF_ParseToGrid* builder) {
   S.Release();
   S.gdf = builder;
   S.warnings = 0;
+  S.element_terminals = 0;
 }
 
 int gdf_parse_get_warnings() { return S.warnings; }
@@ -277,10 +285,17 @@ bool gdf_check_container_instance(const char* def, const char* name) {
   return Check(S.gdf->HaveInst(def, name, true), "ERROR: Container instance unknown");
 }
 
+// Every terminal costs the grid an entity and a connection, so a few short
+// lines could otherwise ask for gigabytes. Element definitions are device
+// types with a handful of terminals each; the budget leaves ample room.
 bool gdf_check_terminal_count(int64_t count) {
-  return Check(count >= 0, "ERROR: Must be non-negative integer value") &&
-         Check(count <= ZELT_Grid_GDF_ParseToGrid::kMaxElementTerminals,
-               "ERROR: An element may have at most 65535 terminals");
+  if (!Check(count >= 0, "ERROR: Must be non-negative integer value") ||
+      !Check(count <= ZELT_Grid_GDF_ParseToGrid::kMaxElementTerminals,
+             "ERROR: An element may have at most 65535 terminals"))
+    return false;
+  S.element_terminals += count;
+  return Check(S.element_terminals <= ZELT_Grid_GDF_ParseToGrid::kMaxElementTerminalsPerParse,
+               "ERROR: The elements of one text may have at most 262144 terminals in all");
 }
 
 void gdf_push_name(char* name) { S.names.emplace_back(name); }

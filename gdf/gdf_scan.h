@@ -20,7 +20,8 @@ void gdf_scan_init(const char* bytes, size_t length);
 void gdf_scan_terminate();
 
 // Returns the next token's code (0 at end of input, and for a NUL byte between
-// tokens) and leaves its value in gdf_lval. A text in gdf_lval.strval belongs
+// tokens; GDF_error once when reading the stream failed) and leaves its value
+// in gdf_lval. A text in gdf_lval.strval belongs
 // to the caller, who releases it with delete[].
 int gdf_lex();
 // Called by gdf_lex at the end of an input: 1 to finish, 0 to go on. C
@@ -43,3 +44,5 @@ const char* gdf_scan_linebuf();
 const char* gdf_scan_linebuf_old();
 // True once gdf_lex has returned 0 because the input really ended (not for a NUL byte).
 bool gdf_scan_finished();
+// The errno of a failed read of the stream, which ended the input there; 0 when every read succeeded.
+int gdf_scan_read_error();

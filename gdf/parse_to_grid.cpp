@@ -1,6 +1,7 @@
 // The GDF builder: parsing entry points, existence checks, structural statements and hierarchical names.
 #include "gdf/parse_to_grid.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -49,6 +50,7 @@ bool ZELT_Grid_GDF_ParseToGrid::ParseGDF(const char* text, int* warnings) {
 }
 
 bool ZELT_Grid_GDF_ParseToGrid::BeginParse() {
+  _input_error = 0;
   if (!_pgm->BeginModify()) {
     fputs("ERROR: Not allowed to modify the grid model.\n", stderr);
     fflush(stderr);
@@ -63,6 +65,7 @@ bool ZELT_Grid_GDF_ParseToGrid::BeginParse() {
 bool ZELT_Grid_GDF_ParseToGrid::FinishParse(int* warnings) {
   const int result = gdf_parse();
   if (warnings != nullptr) *warnings = gdf_parse_get_warnings();
+  _input_error = gdf_scan_read_error();
   gdf_scan_terminate();
   // The section name was lent by the parser, which lets go of it now.
   gdf_parse_release();
@@ -251,15 +254,34 @@ static void ReportMissingPath(const char* defname, int count, const char* const*
   fflush(stderr);
 }
 
+// A path's array grows by 4 steps at a time, so appending the steps of a long
+// name one by one would copy the path over and over: quadratic in its length.
+// Doubling the path with its own steps reaches the length in a few
+// allocations; the real steps are then written over the copies.
+static void AssignSteps(const std::vector<ZELT_Grid_HEntityStep>& steps, ZELT_Grid_HEntity& hpath) {
+  hpath.Reset();
+  if (steps.empty()) return;
+  const int length = static_cast<int>(steps.size());
+  hpath.AppendStep(steps[0]);
+  while (hpath.GetLength() < length) hpath.AppendFrom(hpath, std::max(0, 2 * hpath.GetLength() - length));
+  for (int i = 0; i < length; ++i) hpath[i] = steps[i];
+}
+
 bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numelems, const char** elems,
                                              ZELT_Grid_HEntity& hpath) {
   hpath.Reset();
-  ZELT_Grid_DefIter scope = FindDef(curr_defname);
-  // No path has more steps than a path can hold.
-  if (_pgm->IsEnd(scope) || numelems > tolk_MAXPATHLENGTH) {
-    ReportMissingPath(curr_defname, _pgm->IsEnd(scope) ? 0 : numelems, elems);
+  if (numelems > tolk_MAXPATHLENGTH) {
+    fprintf(stderr, "ERROR: Hierarchical entity '%s.%s...' has more than %d steps\n", curr_defname, elems[0],
+            tolk_MAXPATHLENGTH);
+    fflush(stderr);
     return false;
   }
+  ZELT_Grid_DefIter scope = FindDef(curr_defname);
+  if (_pgm->IsEnd(scope)) {
+    ReportMissingPath(curr_defname, 0, elems);
+    return false;
+  }
+  _path_steps.clear();
   ZELT_Grid_EntityIter ent;
   for (int i = 0; i < numelems; ++i) {
     // Each further name lies in the definition that the previous step instantiates.
@@ -269,10 +291,10 @@ bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numel
       ReportMissingPath(curr_defname, i + 1, elems);
       return false;
     }
-    ZELT_Grid_HEntityStep step;
-    _pgm->InitHEntStep(step, scope, ent);
-    hpath.AppendStep(step);
+    _path_steps.emplace_back();
+    _pgm->InitHEntStep(_path_steps.back(), scope, ent);
   }
+  AssignSteps(_path_steps, hpath);
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "gdf/gdf_actions.h"
 #include "grid/grid.h"
@@ -40,8 +41,13 @@ class ZELT_FlowRoleRegistry;
 // module-level.
 class ZELT_Grid_GDF_ParseToGrid {
  public:
-  // Terminals an element may have.
+  // Terminals an element may have, and all elements of one parse together.
   static constexpr long kMaxElementTerminals = 65535;
+  static constexpr long kMaxElementTerminalsPerParse = 262144;
+  // Properties one instance, hierarchical entity or definition may carry. A
+  // target's properties form a list that every statement about it walks, so
+  // without a cap n statements about one target would take time quadratic in n.
+  static constexpr int kMaxTargetProperties = 4096;
 
   explicit ZELT_Grid_GDF_ParseToGrid(ZELT_Grid& grid);
   ~ZELT_Grid_GDF_ParseToGrid();
@@ -65,9 +71,12 @@ class ZELT_Grid_GDF_ParseToGrid {
 
   // Parses a whole stream or text into the grid, inside one modification
   // phase of the grid. True when all of it was valid; warnings, when given,
-  // receives the number of warnings.
+  // receives the number of warnings. A stream that fails to read ends the
+  // parse quietly where the failure struck, with false and InputError() set.
   bool ParseGDF(FILE* in, int* warnings);
   bool ParseGDF(const char* text, int* warnings);
+  // The errno of the read failure that ended the last parse, or 0.
+  int InputError() const { return _input_error; }
 
   // ---- Existence checks (each returns fake unchanged in fake-check mode) ----
   bool HaveDef(const char* name, bool fake);
@@ -112,6 +121,10 @@ class ZELT_Grid_GDF_ParseToGrid {
   bool InstHasProp(const char* def, const char* inst, int key);
   bool HInstHasProp(const ZELT_Grid_HEntity& hent, int key);
   bool DefHasProp(const char* def, int key);
+  // True when the target carries kMaxTargetProperties properties already.
+  bool InstPropsFull(const char* def, const char* inst);
+  bool HInstPropsFull(const ZELT_Grid_HEntity& hent);
+  bool DefPropsFull(const char* def);
 
   // A null text stores a null string value.
   void AddPropadd(const char* def, const char* inst, ZELT_Grid_PropKeyAndType kt, long value);
@@ -197,8 +210,8 @@ class ZELT_Grid_GDF_ParseToGrid {
   void AddHierProperty(const ZELT_Grid_HEntity& hent, ZELT_Grid_PropKeyAndType kt, Value... value);
   template <class... Value>
   void AddDefinitionProperty(const char* def, ZELT_Grid_PropKeyAndType kt, Value... value);
-  template <class HasKey, class Add>
-  bool ApplyPropSet(const char* propset, const char* target_kind, HasKey has_key, Add add);
+  template <class Keys, class Add>
+  bool ApplyPropSet(const char* propset, const char* target_kind, Keys keys, Add add);
 
   long* _termids = nullptr;
   int _termids_size = 0;
@@ -216,6 +229,7 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_RootRegistry* _prootreg = nullptr;
   ZELT_FlowRoleRegistry* _pflowrolereg = nullptr;
   bool _fake_check = false;
+  int _input_error = 0;
 
   // The last definitions and entity looked up by name, and the properties.
   struct DefLookup {
@@ -229,4 +243,5 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_Grid_EntityIter _last_entity;
   bool _last_entity_valid = false;
   std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
+  std::vector<ZELT_Grid_HEntityStep> _path_steps; // of the name FindHEntPath resolves
 };

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "gdf/gdf_values.h"
@@ -209,6 +210,29 @@ bool ZELT_Grid_GDF_ParseToGrid::DefHasProp(const char* def, int key) {
   return !_pgm->IsEnd(_pgm->GetDefProperty(RequireDef(def), key));
 }
 
+// Walks at most kMaxTargetProperties properties from first on.
+template <class Iter, class Next>
+static bool Full(const ZELT_Grid& grid, Iter it, Next next) {
+  for (int count = 0; count < ZELT_Grid_GDF_ParseToGrid::kMaxTargetProperties; ++count, next(it))
+    if (grid.IsEnd(it)) return false;
+  return true;
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::InstPropsFull(const char* def, const char* inst) {
+  const ZELT_Grid_DefIter d = RequireDef(def);
+  const ZELT_Grid_EntityIter e = RequireEntity(d, inst);
+  return Full(*_pgm, _pgm->GetFirstProperty(d, e), [&](ZELT_Grid_PropIter& it) { _pgm->NextProperty(d, e, it); });
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::HInstPropsFull(const ZELT_Grid_HEntity& hent) {
+  return Full(*_pgm, _pgm->GetFirstHProperty(hent), [&](ZELT_Grid_HPropIter& it) { _pgm->NextHProperty(hent, it); });
+}
+
+bool ZELT_Grid_GDF_ParseToGrid::DefPropsFull(const char* def) {
+  const ZELT_Grid_DefIter d = RequireDef(def);
+  return Full(*_pgm, _pgm->GetFirstDefProperty(d), [&](ZELT_Grid_DefPropIter& it) { _pgm->NextDefProperty(d, it); });
+}
+
 template <class... Value>
 void ZELT_Grid_GDF_ParseToGrid::AddEntityProperty(const char* def, const char* inst, ZELT_Grid_PropKeyAndType kt,
                                                   Value... value) {
@@ -307,23 +331,35 @@ bool ZELT_Grid_GDF_ParseToGrid::InstComp::operator()(const ZELT_Grid_HEntity& a,
 
 // ---- Property sets applied to targets ----
 
-template <class HasKey, class Add>
-bool ZELT_Grid_GDF_ParseToGrid::ApplyPropSet(const char* propset, const char* target_kind, HasKey has_key, Add add) {
+// The target's keys are gathered once: asking the target for each member
+// would walk its growing list of properties once per member.
+template <class Keys, class Add>
+bool ZELT_Grid_GDF_ParseToGrid::ApplyPropSet(const char* propset, const char* target_kind, Keys keys, Add add) {
+  std::vector<int> carried = keys();
+  std::unordered_set<int> taken(carried.begin(), carried.end());
+  size_t count = carried.size();
   bool all_added = true;
   const std::string set = propset;
   for (ZELT_PropsetIter it = _pts->GetFirstProp(set); !_pts->IsEnd(set, it); _pts->Next(it)) {
     const int key = _pts->GetPropKey(it);
-    ZELT_Grid_PropData value = RebuildValue(_pts->GetPropType(it), _pts->GetPropValueStr(it));
-    if (!has_key(key)) {
-      add(key, value);
+    if (!taken.insert(key).second) {
+      std::string name;
+      _pts->GetPropertyName(key, name);
+      fprintf(stderr, "ERROR: Cannot add property '%s' from propset '%s' to %s - It already exists\n", name.c_str(),
+              propset, target_kind);
+      fflush(stderr);
+      all_added = false;
       continue;
     }
-    std::string name;
-    _pts->GetPropertyName(key, name);
-    fprintf(stderr, "ERROR: Cannot add property '%s' from propset '%s' to %s - It already exists\n", name.c_str(),
-            propset, target_kind);
-    fflush(stderr);
-    all_added = false;
+    if (count >= size_t(kMaxTargetProperties)) {
+      fprintf(stderr, "ERROR: Cannot add the rest of propset '%s' to %s - It carries %d properties already\n",
+              propset, target_kind, kMaxTargetProperties);
+      fflush(stderr);
+      return false;
+    }
+    ZELT_Grid_PropData value = RebuildValue(_pts->GetPropType(it), _pts->GetPropValueStr(it));
+    add(key, value);
+    ++count;
   }
   return all_added;
 }
@@ -333,7 +369,13 @@ bool ZELT_Grid_GDF_ParseToGrid::AddPropSetadd(const char* def, const char* inst,
   const ZELT_Grid_DefIter d = RequireDef(def);
   const ZELT_Grid_EntityIter e = RequireEntity(d, inst);
   return ApplyPropSet(
-      propset, "instance", [&](int key) { return !_pgm->IsEnd(_pgm->GetProperty(d, e, key)); },
+      propset, "instance",
+      [&] {
+        std::vector<int> keys;
+        for (ZELT_Grid_PropIter it = _pgm->GetFirstProperty(d, e); !_pgm->IsEnd(it); _pgm->NextProperty(d, e, it))
+          keys.push_back(_pgm->GetPropertyKey(d, e, it));
+        return keys;
+      },
       [&](int key, ZELT_Grid_PropData& value) { _pgm->AddProperty(d, e, key, value); });
 }
 
@@ -341,7 +383,13 @@ bool ZELT_Grid_GDF_ParseToGrid::AddHPropSetadd(const ZELT_Grid_HEntity& hpath, c
   TOLK_ASSERT(_pts != nullptr && _pts->HavePropSet(propset), "AddHPropSetadd: unknown property set");
   RecordHEnt(hpath);
   return ApplyPropSet(
-      propset, "hierarchical instance", [&](int key) { return HInstHasProp(hpath, key); },
+      propset, "hierarchical instance",
+      [&] {
+        std::vector<int> keys;
+        for (ZELT_Grid_HPropIter it = _pgm->GetFirstHProperty(hpath); !_pgm->IsEnd(it); _pgm->NextHProperty(hpath, it))
+          keys.push_back(_pgm->GetHPropKey(hpath, it));
+        return keys;
+      },
       [&](int key, ZELT_Grid_PropData& value) { _pgm->AddHProperty(hpath, key, value); });
 }
 

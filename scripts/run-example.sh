@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
-scripts/build.sh release
+scripts/build.sh release feedwalk
 model="${1:-examples/ieee123.gdf}"
 out="build/release/example-edges.txt"
 if [ ! -x build/release/bin/feedwalk ]; then

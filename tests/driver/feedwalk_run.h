@@ -2,8 +2,13 @@
 #pragma once
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
 
 #include <cstdlib>
 #include <filesystem>
@@ -75,7 +80,12 @@ class ScratchDir {
 struct RunResult {
   int status = -1;  // the exit status, or -1 when the program did not exit normally
   std::string err;  // everything written to the standard error stream
+  bool killed = false;  // it outlived its time and was killed
+  long max_rss_kb = 0;  // its peak resident memory
 };
+
+// How long a run may take before it counts as hung; slow rows give more.
+inline constexpr std::chrono::seconds kDefaultTimeLimit{120};
 
 // feedwalk started with args in dir, running beside the test until Wait.
 // `env` entries ("NAME=value") are added to its environment; standard output
@@ -102,10 +112,22 @@ class FeedwalkProcess {
   FeedwalkProcess& operator=(const FeedwalkProcess&) = delete;
   ~FeedwalkProcess() { Wait(); }
 
-  RunResult Wait() {
+  // Waits for the end of the run, killing it once it has taken longer than limit.
+  RunResult Wait(std::chrono::seconds limit = kDefaultTimeLimit) {
     if (_pid <= 0) return _result;
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     int wstatus = 0;
-    if (waitpid(_pid, &wstatus, 0) == _pid && WIFEXITED(wstatus)) _result.status = WEXITSTATUS(wstatus);
+    struct rusage usage = {};
+    pid_t done;
+    while ((done = wait4(_pid, &wstatus, WNOHANG, &usage)) == 0) {
+      if (std::chrono::steady_clock::now() > deadline && !_result.killed) {
+        kill(_pid, SIGKILL);
+        _result.killed = true;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    if (done == _pid && WIFEXITED(wstatus)) _result.status = WEXITSTATUS(wstatus);
+    _result.max_rss_kb = usage.ru_maxrss;
     _result.err = ReadFile(_errfile);
     fs::remove(_errfile);
     _pid = -1;
@@ -118,8 +140,9 @@ class FeedwalkProcess {
   RunResult _result;
 };
 
-inline RunResult RunFeedwalk(std::vector<std::string> args, const fs::path& dir, std::vector<std::string> env = {}) {
-  return FeedwalkProcess(std::move(args), dir, std::move(env)).Wait();
+inline RunResult RunFeedwalk(std::vector<std::string> args, const fs::path& dir, std::vector<std::string> env = {},
+                             std::chrono::seconds limit = kDefaultTimeLimit) {
+  return FeedwalkProcess(std::move(args), dir, std::move(env)).Wait(limit);
 }
 
 }  // namespace feedwalk_test

@@ -1,7 +1,11 @@
 // The builder's entry points and modes: modification phases, streams, successive texts, registries, limits, robustness.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -89,6 +93,51 @@ TEST(ParseToGridTest, StreamsAndTextsBuildTheSameModel) {
   fclose(stream);
   EXPECT_EQ(warnings, 0);
   EXPECT_EQ(from_stream.Dump(), from_text.Dump());
+}
+
+// A stream that hands out `text` and then fails as a disk would.
+FILE* FailingStream(const char* text) {
+  cookie_io_functions_t io = {};
+  io.read = [](void* cookie, char* buffer, size_t size) -> ssize_t {
+    const char*& rest = *static_cast<const char**>(cookie);
+    if (*rest == '\0') {
+      errno = EIO;
+      return -1;
+    }
+    const size_t n = std::min(size, strlen(rest));
+    memcpy(buffer, rest, n);
+    rest += n;
+    return static_cast<ssize_t>(n);
+  };
+  static const char* rest;
+  rest = text;
+  return fopencookie(&rest, "r", io);
+}
+
+// What was read before the failure may end anywhere: the statement it cuts
+// short is not applied, and the parse fails without a report of its own.
+TEST(ParseToGridTest, AReadErrorEndsTheParseAndIsNotTakenForTheEnd) {
+  GdfModel model;
+  FILE* stream = FailingStream("ckt A\nckt B T1");
+  ASSERT_NE(stream, nullptr);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(model.builder.ParseGDF(stream, nullptr));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  fclose(stream);
+  EXPECT_EQ(model.builder.InputError(), EIO);
+  EXPECT_FALSE(model.grid.IsEnd(model.grid.GetDefFromName("A")));
+  EXPECT_TRUE(model.grid.IsEnd(model.grid.GetDefFromName("B")));
+
+  FILE* directory = fopen("/", "r");
+  ASSERT_NE(directory, nullptr);
+  EXPECT_FALSE(model.builder.ParseGDF(directory, nullptr));
+  fclose(directory);
+  EXPECT_EQ(model.builder.InputError(), EISDIR);
+
+  bool ok = false;
+  model.Parse("ckt B\n", &ok);
+  EXPECT_TRUE(ok);
+  EXPECT_EQ(model.builder.InputError(), 0) << "a new parse starts without the old error";
 }
 
 TEST(ParseToGridTest, WarningsAreCountedPerParse) {
@@ -222,16 +271,89 @@ TEST(ParseToGridTest, RefusesValuesNoPropertyCanHold) {
 }
 
 // Two circuits that contain each other give names of any length; a path holds
-// at most 65535 steps.
-TEST(ParseToGridTest, RefusesHierarchicalNamesLongerThanAPath) {
-  std::string text = "prop P int32\nckt A\nckt B\ninst A.b B\ninst B.a A\nhpropadd A";
-  for (int step = 0; step < 65536; ++step) text += step % 2 == 0 ? ".b" : ".a";
+// at most 65535 steps. Paths grow a few steps at a time, so resolving names of
+// that length step by step was quadratic: seconds per name.
+TEST(ParseToGridTest, ResolvesNamesAsLongAsAPathAndRefusesLongerOnes) {
+  std::string head = "prop P int32\nprop Q int32\nprop R int32\nprop S int32\nckt A\nckt B\ninst A.b B\ninst B.a A\n";
+  std::string longest = "A";
+  for (int step = 0; step < 65535; ++step) longest += step % 2 == 0 ? ".b" : ".a";
+  std::string text = head;
+  for (const char* property : {"P", "Q", "R", "S"}) text += "hpropadd " + longest + " " + property + " 1\n";
+  GdfModel model;
+  bool ok = false;
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(model.Parse(text, &ok), "");
+  EXPECT_TRUE(ok);
+  EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 10.0);
+  ASSERT_EQ(model.builder.InstancesWithHProp().size(), 1u);
+  EXPECT_EQ(model.builder.InstancesWithHProp().begin()->first.GetLength(), 65535);
+
+  GdfModel too_long;
+  const std::string printed = too_long.Parse(head + "hpropadd " + longest + ".b P 1\n", &ok);
+  EXPECT_FALSE(ok);
+  EXPECT_TRUE(printed.starts_with("ERROR: Hierarchical entity 'A.b...' has more than 65535 steps\n")) << printed.substr(0, 200);
+  EXPECT_TRUE(printed.ends_with("ERROR: Hierarchical instance unknown\n"));
+  EXPECT_TRUE(too_long.builder.InstancesWithHProp().empty());
+}
+
+// A few short lines must not ask the grid for gigabytes of terminals.
+TEST(ParseToGridTest, ElementsShareABudgetOfTerminals) {
   GdfModel model;
   bool ok = true;
-  const std::string printed = model.Parse(text + " P 1\n", &ok);
+  const std::string printed =
+      model.Parse("section s {\n  elem A 65535\n  elem B 65535\n  elem C 65535\n  elem D 65535\n  elem E 4\n"
+                  "  elem F 1\n}\n",
+                  &ok);
   EXPECT_FALSE(ok);
-  EXPECT_NE(printed.find("ERROR: Hierarchical instance unknown"), std::string::npos);
-  EXPECT_TRUE(model.builder.InstancesWithHProp().empty());
+  EXPECT_EQ(printed, "  elem F 1\n          ^\nLine 7, Char 10: ERROR: The elements of one text may have at most "
+                     "262144 terminals in all\n");
+  EXPECT_FALSE(model.grid.IsEnd(model.grid.GetDefFromName("E")));
+  EXPECT_TRUE(model.grid.IsEnd(model.grid.GetDefFromName("F")));
+  // The budget is per text.
+  model.Parse("section t {\n  elem G 65535\n}\n", &ok);
+  EXPECT_TRUE(ok);
+}
+
+// Every statement about a target walks its list of properties; a cap keeps
+// that walk short. A property set fills a target up to the cap and no further.
+TEST(ParseToGridTest, TargetsCarryAtMost4096Properties) {
+  const auto aux_lines = [](const std::string& head, int from, int to) {
+    std::string lines;
+    for (int i = from; i < to; ++i) lines += head + "P" + std::to_string(i) + "_AUX int32 " + std::to_string(i) + "\n";
+    return lines;
+  };
+  const std::string model = "ckt C x y\nckt D\ninst D.c C\n";
+  const struct {
+    std::string head, refusal;
+  } targets[] = {
+      {"propadd C.x ", "ERROR: An instance may carry at most 4096 properties"},
+      {"hpropadd D.c.x ", "ERROR: A hierarchical instance may carry at most 4096 properties"},
+      {"defpropadd C ", "ERROR: A definition may carry at most 4096 properties"},
+  };
+  for (const auto& target : targets) {
+    GdfModel full;
+    bool ok = false;
+    EXPECT_EQ(full.Parse(model + aux_lines(target.head, 0, 4096), &ok), "");
+    EXPECT_TRUE(ok);
+    const std::string printed = full.Parse(aux_lines(target.head, 4096, 4097), &ok);
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(printed.ends_with(target.refusal + "\n")) << printed;
+  }
+
+  GdfModel from_set;
+  bool ok = true;
+  EXPECT_EQ(from_set.Parse(model + "propadd C.y P7_AUX int32 7\npropset S {\n" + aux_lines("  ", 0, 4100) + "}\n" +
+                           "propsetadd C.y S\n", &ok),
+            "ERROR: Cannot add property 'P7_AUX;int32' from propset 'S' to instance - It already exists\n"
+            "ERROR: Cannot add the rest of propset 'S' to instance - It carries 4096 properties already\n"
+            "propsetadd C.y S\n                ^\nLine 4107, Char 16: \n");
+  const ZELT_Grid_DefIter c = from_set.grid.GetDefFromName("C");
+  const ZELT_Grid_EntityIter y = from_set.grid.GetEntityFromName(c, "y");
+  int carried = 0;
+  for (ZELT_Grid_PropIter it = from_set.grid.GetFirstProperty(c, y); !from_set.grid.IsEnd(it);
+       from_set.grid.NextProperty(c, y, it))
+    ++carried;
+  EXPECT_EQ(carried, 4096);
 }
 
 TEST(ParseToGridTest, BuildsTheBundledFeeders) {
