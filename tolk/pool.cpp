@@ -63,6 +63,7 @@ void tolk_FreeLarge(void* block, size_t) { ::operator delete(block); }
 #endif
 
 tolk_RecordPool::~tolk_RecordPool() {
+  while (largeBlocks != nullptr) FreeLargeBlock(largeBlocks + 1);
   while (chunks != nullptr) {
     Chunk* next = chunks->next;
     const size_t bytes = chunks->bytes;
@@ -73,7 +74,7 @@ tolk_RecordPool::~tolk_RecordPool() {
 }
 
 void* tolk_RecordPool::Allocate(size_t bytes) {
-  if (bytes > kMaxBlock) return ::operator new(bytes);
+  if (bytes > kMaxBlock) return AllocateLargeBlock(bytes);
   const size_t sizeClass = SizeClass(bytes == 0 ? 1 : bytes);
   const size_t rounded = sizeClass * kGranule;
   if (FreeBlock* block = freeLists[sizeClass]) {
@@ -87,7 +88,7 @@ void* tolk_RecordPool::Allocate(size_t bytes) {
 void tolk_RecordPool::Free(void* block, size_t bytes) {
   if (block == nullptr) return;
   if (bytes > kMaxBlock) {
-    ::operator delete(block);
+    FreeLargeBlock(block);
     return;
   }
   const size_t sizeClass = SizeClass(bytes == 0 ? 1 : bytes);
@@ -95,6 +96,24 @@ void tolk_RecordPool::Free(void* block, size_t bytes) {
   freed->next = freeLists[sizeClass];
   freeLists[sizeClass] = freed;
   TOLK_POOL_POISON(block, sizeClass * kGranule);
+}
+
+// Large blocks carry a header that keeps them on a list, so that the pool can give back
+// those its users abandon along with the chunks.
+void* tolk_RecordPool::AllocateLargeBlock(size_t bytes) {
+  LargeBlock* block = static_cast<LargeBlock*>(::operator new(sizeof(LargeBlock) + bytes));
+  block->prev = nullptr;
+  block->next = largeBlocks;
+  if (largeBlocks != nullptr) largeBlocks->prev = block;
+  largeBlocks = block;
+  return block + 1;
+}
+
+void tolk_RecordPool::FreeLargeBlock(void* user) {
+  LargeBlock* block = static_cast<LargeBlock*>(user) - 1;
+  (block->prev != nullptr ? block->prev->next : largeBlocks) = block->next;
+  if (block->next != nullptr) block->next->prev = block->prev;
+  ::operator delete(block);
 }
 
 void* tolk_RecordPool::Carve(size_t rounded) {

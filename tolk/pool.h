@@ -17,7 +17,8 @@ void tolk_FreeLarge(void* block, size_t bytes);
 // another lie side by side and carry no allocator header; a freed block goes on the free
 // list of its size and serves the next request of that size. Chunks are given back only
 // when the pool is destroyed: whatever lives in a block must be finished with by then.
-// Larger blocks come from operator new. Blocks are aligned to 8 bytes.
+// Larger blocks come from operator new and are kept on a list: the pool's destruction
+// gives back every block still out, large or small. Blocks are aligned to 8 bytes.
 class tolk_RecordPool {
  public:
   static constexpr size_t kGranule = 8;
@@ -55,14 +56,21 @@ class tolk_RecordPool {
     Chunk* next;
     size_t bytes;
   };
+  struct LargeBlock {
+    LargeBlock* prev;
+    LargeBlock* next;
+  };
   static size_t SizeClass(size_t bytes) { return (bytes + kGranule - 1) / kGranule; }
   void* Carve(size_t rounded);
+  void* AllocateLargeBlock(size_t bytes);
+  void FreeLargeBlock(void* user);
   void AddChunk(size_t atLeast);
 
   FreeBlock* freeLists[kMaxBlock / kGranule + 1] = {};
   char* cursor = nullptr;  // the unused rest of the newest chunk
   char* limit = nullptr;
   Chunk* chunks = nullptr;
+  LargeBlock* largeBlocks = nullptr;
   size_t nextChunkBytes = 4096;
   size_t chunkBytes = 0;
 };
