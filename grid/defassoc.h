@@ -39,6 +39,12 @@ class ZELT_Grid_DefAssoc {
   const T& operator[](const ZELT_Grid_EntityIter& ent) const { return (*_passoc)[ent]; }
   ZELT_Grid_DefIter GetDef() const { return _pg->Info()._it; }
 
+  // The slots themselves, numbered as in every slot array of the definition (by the
+  // nodes' indexes), for passes over all of them that need not visit the entities.
+  T* Slots() { return _passoc->p; }
+  const T* Slots() const { return _passoc->p; }
+  size_t SlotCount() const { return _passoc->size; }
+
  private:
   ZELT_Grid_NodeSlots<T>* _passoc;
   ZELT_Grid_Graph* _pg;

@@ -44,11 +44,6 @@ void DeleteNameIndex(Index* index) {
   delete index;
 }
 
-ZELT_Grid_IdIndex& Made(ZELT_Grid_IdIndex*& index) {
-  if (!index) index = new ZELT_Grid_IdIndex();
-  return *index;
-}
-
 // Decimal text of an id, for the names of element terminals and internal nodes.
 void FormatId(char (&buf)[32], const char* prefix, long id) { snprintf(buf, sizeof buf, "%s%ld", prefix, id); }
 
@@ -63,16 +58,19 @@ ZELT_Grid::ZELT_Grid()
       _containseq(0) {}
 
 // Tears the model down wholesale rather than entity by entity: nothing can
-// observe the intermediate states, and the hierarchy destroys the graphs.
+// observe the intermediate states. Records and their names live in the
+// hierarchy's pool, which goes with the hierarchy, so they are not given back
+// one by one; property values may hold memory of their own and are released.
 ZELT_Grid::~ZELT_Grid() {
   DeleteHPropSets();
   for (ZELT_Grid_DefIter def = GetFirstDef(); !IsEnd(def); NextDef(def)) {
-    DropEntityPropSets(def);
-    DropDefinitionData(def);
+    DropEntityPropLists(def);
+    ReleaseDefinitionData(def);
   }
   delete _pdefslots;
   DeleteNameIndex(_pdefname2it);
   delete _pdefs;
+  _hier.AbandonRecords();
 }
 
 bool ZELT_Grid::BeginModify() {
@@ -88,7 +86,7 @@ void ZELT_Grid::EndModify() { _modifiable = true; }
 // ---------------------------------------------------------------------------
 
 ZELT_Grid_DefIter ZELT_Grid::AddDefinition(long id, const char* name, DefType type) {
-  ZELT_Grid_Graph* g = new ZELT_Grid_Graph();
+  ZELT_Grid_Graph* g = new ZELT_Grid_Graph(ZELT_Grid_GraphData(), &_hier.Records());
   if (_pdefs->Insert(id, g) != nullptr) {
     delete g;
     return ZELT_Grid_DefIter();
@@ -136,7 +134,7 @@ int ZELT_Grid::RemoveDefinition(ZELT_Grid_DefIter def) {
   ZELT_Grid_Graph* g = Graph(def);
   if (!IsPrime(g)) return 1;
   DropHPropsThrough(g, nullptr);
-  DropEntityPropSets(def);
+  DropEntityPropLists(def);
   RemoveContainAssocInDef(def);
   DropDefinitionData(def);
   int result = _hier.DeleteScope(g);
@@ -147,23 +145,64 @@ int ZELT_Grid::RemoveDefinition(ZELT_Grid_DefIter def) {
 // Releases everything the grid keeps for a definition outside its graph and
 // leaves the definition's slot empty for whichever definition takes it next.
 void ZELT_Grid::DropDefinitionData(ZELT_Grid_DefIter def) {
+  for (ZELT_Grid_EntityIter ent = GetFirstEntity(def); !IsEnd(ent); NextEntity(def, ent))
+    FreeName(EntityNameSlot(def, ent));
+  ReleaseDefinitionData(def);
+}
+
+// All of it but the entities' names.
+void ZELT_Grid::ReleaseDefinitionData(ZELT_Grid_DefIter def) {
   ZELT_Grid_DefSlot& slot = Slot(def);
   delete slot.defprops;
   DeleteContainmentMaps(def);
   RemoveDefName(def);
-  for (ZELT_Grid_EntityIter ent = GetFirstEntity(def); !IsEnd(ent); NextEntity(def, ent)) {
-    char*& name = EntityNameSlot(def, ent);
-    free(name);
-    name = nullptr;
-  }
   DeleteEntityIndexes(slot);
   slot = ZELT_Grid_DefSlot();
 }
 
 void ZELT_Grid::DeleteEntityIndexes(ZELT_Grid_DefSlot& slot) {
-  DeleteNameIndex(slot.names);
-  delete slot.ids;
-  delete slot.conns;
+  delete slot.names;
+  slot.ids.Release();
+  slot.conns.Release();
+}
+
+namespace {
+
+template <class Index>
+Index& Made(Index*& index, ZELT_Grid_Graph* graph) {
+  if (!index) index = new Index({graph});
+  return *index;
+}
+
+}  // namespace
+
+ZELT_Grid_DefSlot::NameIndex& ZELT_Grid::NameIndexOf(ZELT_Grid_DefIter def) { return Made(Slot(def).names, Graph(def)); }
+
+const char* ZELT_Grid_EntityNameKeys::KeyOf(const tolk_list_link* node) const {
+  tolk_UNode n(const_cast<tolk_list_link*>(node));
+  return ZELT_Grid_Graph::IsLeaf(n) ? graph->LeafValue(n)._pname : graph->Value(n)._pname;
+}
+
+long ZELT_Grid_EntityIdKeys::KeyOf(const tolk_list_link* node) const {
+  tolk_UNode n(const_cast<tolk_list_link*>(node));
+  return ZELT_Grid_Graph::IsLeaf(n) ? graph->LeafValue(n)._id : graph->Value(n)._id;
+}
+
+long ZELT_Grid_ConnIdKeys::KeyOf(const tolk_list_link* alink) const {
+  return graph->Value(tolk_UEdge(const_cast<tolk_list_link*>(alink)))._id;
+}
+
+char* ZELT_Grid::NewName(const char* name) {
+  const size_t bytes = strlen(name) + 1;
+  char* copy = static_cast<char*>(_hier.Records().Allocate(bytes));
+  memcpy(copy, name, bytes);
+  return copy;
+}
+
+void ZELT_Grid::FreeName(char*& name) {
+  if (!name) return;
+  _hier.Records().Free(name, strlen(name) + 1);
+  name = nullptr;
 }
 
 bool ZELT_Grid::IsPrime(ZELT_Grid_Graph* g) const { return g->NumOfReps() == 0; }
@@ -269,7 +308,7 @@ int ZELT_Grid::RemoveEntity(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
   RemoveConnectionsReaching(def, ent);
   RemoveSupportRelationsOf(def, ent);
   DropHPropsThrough(Graph(def), ent.position);
-  ClearPropSet(def, ent);
+  ClearPropList(def, ent);
   RemoveContainerOf(def, ent);
   RemoveContaineesOf(def, ent);
   return _hier.DeleteNode(Graph(def), ent);
@@ -316,13 +355,23 @@ ZELT_Grid_DefIter ZELT_Grid::GetDefinition(ZELT_Grid_DefIter def, ZELT_Grid_Enti
 ZELT_Grid_EntityIter ZELT_Grid::GetEntityFromName(ZELT_Grid_DefIter def, const char* name) const {
   ZELT_Grid_DefSlot::NameIndex* names = Slot(def).names;
   if (!names || !IsNontrivial(name)) return ZELT_Grid_EntityIter();
-  const ZELT_Grid_EntityIter* ent = names->Search(name);
-  return ent ? *ent : ZELT_Grid_EntityIter();
+  tolk_list_link* node = names->Find(name);
+  return node ? ZELT_Grid_EntityIter(tolk_list_base_iter(node)) : ZELT_Grid_EntityIter();
 }
 
+namespace {
+
+// Every entity of g, for an id table being made.
+auto EveryNode(ZELT_Grid_Graph* g) {
+  return [g](auto&& take) {
+    for (tolk_UNode n = g->FirstNode(); !n.End(); n.Next()) take(n.position);
+  };
+}
+
+}  // namespace
+
 ZELT_Grid_EntityIter ZELT_Grid::GetEntityFromId(ZELT_Grid_DefIter def, long id) const {
-  ZELT_Grid_IdIndex* ids = Slot(def).ids;
-  tolk_list_link* node = ids ? ids->Find(id) : nullptr;
+  tolk_list_link* node = Slot(def).ids.Find(EntityIdKeysOf(def), id, EveryNode(Graph(def)));
   return node ? ZELT_Grid_EntityIter(tolk_list_base_iter(node)) : ZELT_Grid_EntityIter();
 }
 
@@ -331,29 +380,29 @@ void ZELT_Grid::InitHEntStep(ZELT_Grid_HEntityStep& step, ZELT_Grid_DefIter def,
   step.node = ent;
 }
 
-// Like the definition names, one copy in the record and one in the index.
+// The index reads its keys from the records: the entry for a repeated name moves
+// to the newest entity, and an entity's name goes from the index only with it.
 void ZELT_Grid::AddEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, const char* name) {
   char*& own = EntityNameSlot(def, ent);
   own = nullptr;
   if (!IsNontrivial(name)) return;
-  own = CopyName(name);
-  ZELT_Grid_DefSlot& slot = Slot(def);
-  if (!slot.names) slot.names = new ZELT_Grid_DefSlot::NameIndex(&_scomp);
-  IndexName(*slot.names, name, ent);
+  own = NewName(name);
+  NameIndexOf(def).Set(own, ent.position);
 }
 
+// Only while the entry still names ent: a newer entity with the same name keeps it.
 void ZELT_Grid::RemoveEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
   char*& name = EntityNameSlot(def, ent);
-  if (name) UnindexName(*Slot(def).names, name, ent);
+  if (!name) return;
+  Slot(def).names->EraseIf(name, ent.position);
+  FreeName(name);
 }
 
 void ZELT_Grid::AddEntityId(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, long id) {
-  Made(Slot(def).ids).Set(id, ent.position);
+  Slot(def).ids.Add(EntityIdKeysOf(def), id, ent.position, EveryNode(Graph(def)));
 }
 
 // Only while the entry still names ent: a newer entity with the same id keeps it.
 void ZELT_Grid::RemoveEntityId(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
-  ZELT_Grid_IdIndex* ids = Slot(def).ids;
-  long id = GetEntityID(def, ent);
-  if (ids && ids->Find(id) == ent.position) ids->Erase(id);
+  Slot(def).ids.Remove(GetEntityID(def, ent), ent.position);
 }

@@ -2,11 +2,13 @@
 // connections, properties, containment and support relations.
 #pragma once
 
+#include <cstring>
 #include <vector>
 
 #include "grid/assoc.h"
 #include "grid/hentity.h"
-#include "grid/idindex.h"
+#include "grid/linkindex.h"
+#include "grid/proplist.h"
 #include "tolk/hgraph_hierarchy.h"
 #include "tolk/patricia.h"
 
@@ -43,12 +45,39 @@ class ZELT_Grid_VFConnectionIter {
   bool _virtual = false;               // walking the enclosing instance's edges
 };
 
+// The keys of a definition's lookup tables, read from its node and edge records.
+struct ZELT_Grid_EntityNameKeys {
+  typedef const char* Key;
+  uint64_t Hash(const char* name) const { return ZELT_Grid_KeyHash::OfName(name); }
+  const char* KeyOf(const tolk_list_link* node) const;
+  bool Same(const char* a, const char* b) const { return strcmp(a, b) == 0; }
+  ZELT_Grid_Graph* graph;
+};
+
+struct ZELT_Grid_EntityIdKeys {
+  typedef long Key;
+  uint64_t Hash(long id) const { return ZELT_Grid_KeyHash::OfId(id); }
+  long KeyOf(const tolk_list_link* node) const;
+  bool Same(long a, long b) const { return a == b; }
+  ZELT_Grid_Graph* graph;
+};
+
+struct ZELT_Grid_ConnIdKeys {
+  typedef long Key;
+  uint64_t Hash(long id) const { return ZELT_Grid_KeyHash::OfId(id); }
+  long KeyOf(const tolk_list_link* alink) const;
+  bool Same(long a, long b) const { return a == b; }
+  ZELT_Grid_Graph* graph;
+};
+
 // Everything the grid keeps per definition, in one side-array slot of the
 // definition table. A removed definition's slot is reset to this empty state
 // before the table hands it to a later definition.
 struct ZELT_Grid_DefSlot {
-  typedef tolk_TRBTREE<const char*, ZELT_Grid_EntityIter, ZELT_Grid_StringComparator> NameIndex;
-  typedef tolk_UNODEASSOC<ZELT_Grid_InitPtr<tolk_PropertySet>> EntityProps;
+  typedef ZELT_Grid_LinkIndex<ZELT_Grid_EntityNameKeys> NameIndex;
+  typedef ZELT_Grid_DeferredLinkIndex<ZELT_Grid_EntityIdKeys> IdIndex;
+  typedef ZELT_Grid_DeferredLinkIndex<ZELT_Grid_ConnIdKeys> ConnIndex;
+  typedef tolk_UNODEASSOC<ZELT_Grid_PropList> EntityProps;
   struct Container {
     ZELT_Grid_EntityIter container;
     long seq;  // when the relation was made; orders the containee sets
@@ -57,10 +86,10 @@ struct ZELT_Grid_DefSlot {
   typedef tolk_TRBTREE<long, ZELT_Grid_EntityIter, ZELT_Grid_LongComparator> ContaineeSet;
   typedef tolk_PATRICIA<ZELT_Grid_EntityIter, ContaineeSet*> ContaineeMap;
 
-  NameIndex* names = nullptr;          // entity name -> entity; keys are own copies
-  ZELT_Grid_IdIndex* ids = nullptr;    // entity id -> node
-  ZELT_Grid_IdIndex* conns = nullptr;  // connection id -> edge link in its tail's list
-  EntityProps* entprops = nullptr;     // entity property sets, one slot per node
+  NameIndex* names = nullptr;  // entity name -> node; the keys are the records' names
+  IdIndex ids;                 // entity id -> node
+  ConnIndex conns;             // connection id -> edge link in its tail's list
+  EntityProps* entprops = nullptr;     // entity property lists, one slot per node
   ContainerMap* containers = nullptr;
   ContaineeMap* containees = nullptr;
   tolk_PropertySet* defprops = nullptr;
@@ -242,16 +271,24 @@ class ZELT_Grid {
   ZELT_Grid_DefIter AddDefinition(long id, const char* name, DefType type);
   int RemoveDefinition(ZELT_Grid_DefIter def);
   void DropDefinitionData(ZELT_Grid_DefIter def);
+  void ReleaseDefinitionData(ZELT_Grid_DefIter def);
   ZELT_Grid_EntityIter AddLeaf(ZELT_Grid_DefIter def, long id, const char* name, LeafType type);
   int RemoveEntity(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   bool IsLeafOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, LeafType type) const;
   bool IsInstanceOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, DefType type) const;
   bool IsPrime(ZELT_Grid_Graph* g) const;
   char*& EntityNameSlot(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
+  // Record names live in the record pool beside the records.
+  char* NewName(const char* name);
+  void FreeName(char*& name);
 
   // Name and id indexes. Names that are null or empty are neither copied nor indexed.
   static bool IsNontrivial(const char* name) { return name != nullptr && name[0] != '\0'; }
   void AddDefName(ZELT_Grid_DefIter def, const char* name);
+  // The definition's name table, made on first use, and what its id tables need.
+  ZELT_Grid_DefSlot::NameIndex& NameIndexOf(ZELT_Grid_DefIter def);
+  ZELT_Grid_EntityIdKeys EntityIdKeysOf(ZELT_Grid_DefIter def) const { return {Graph(def)}; }
+  ZELT_Grid_ConnIdKeys ConnIdKeysOf(ZELT_Grid_DefIter def) const { return {Graph(def)}; }
   void RemoveDefName(ZELT_Grid_DefIter def);
   void AddEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, const char* name);
   void RemoveEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
@@ -264,11 +301,11 @@ class ZELT_Grid {
   void RemoveConnectionsThrough(ZELT_Grid_Graph* scope, const tolk_UNode& instance, const ZELT_Grid_HEntity& lead);
   void DeleteEntityIndexes(ZELT_Grid_DefSlot& slot);
 
-  // Entity property sets.
-  tolk_PropertySet* FindPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
-  tolk_PropertySet& PropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
-  void ClearPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
-  void DropEntityPropSets(ZELT_Grid_DefIter def);
+  // Entity property lists: null when the definition has none yet.
+  ZELT_Grid_PropList* FindPropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
+  ZELT_Grid_PropList& PropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
+  void ClearPropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
+  void DropEntityPropLists(ZELT_Grid_DefIter def);
   void DeleteHPropSets();
   // Drops the path properties of paths through node of scope (any node when null).
   void DropHPropsThrough(const tolk_hgraph_base* scope, const tolk_list_link* node);

@@ -5,6 +5,21 @@
 #include "grid/grid.h"
 #include "tolk/assert.h"
 
+namespace {
+
+// Every connection of g, once each, by its A link, for an id table being made.
+auto EveryEdge(ZELT_Grid_Graph* g) {
+  return [g](auto&& take) {
+    for (tolk_UNode n = g->FirstNode(); !n.End(); n.Next()) {
+      for (tolk_UEdge e = tolk_UEdge::First(n); !e.End(); e.Next()) {
+        if (!e.IsBlink()) take(e.position);
+      }
+    }
+  };
+}
+
+}  // namespace
+
 ZELT_Grid_ConnectionIter ZELT_Grid::AddConnection(const ZELT_Grid_HEntity& I1, const ZELT_Grid_HEntity& I2,
                                                   long id) {
   TOLK_ASSERT(I1.GetLength() > 0 && I2.GetLength() > 0 && I1[0].pscope == I2[0].pscope,
@@ -34,8 +49,7 @@ ZELT_Grid_ConnectionIter ZELT_Grid::GetFirstConnection(ZELT_Grid_DefIter, ZELT_G
 }
 
 ZELT_Grid_ConnectionIter ZELT_Grid::GetConntionFromId(ZELT_Grid_DefIter def, long id) const {
-  ZELT_Grid_IdIndex* conns = Slot(def).conns;
-  tolk_list_link* link = conns ? conns->Find(id) : nullptr;
+  tolk_list_link* link = Slot(def).conns.Find(ConnIdKeysOf(def), id, EveryEdge(Graph(def)));
   return link ? ZELT_Grid_ConnectionIter(tolk_list_base_iter(link)) : ZELT_Grid_ConnectionIter();
 }
 
@@ -66,21 +80,16 @@ ZELT_Grid_HEntity ZELT_Grid::HGetConThisEnd(ZELT_Grid_DefIter def, ZELT_Grid_Ent
   return tailIsOther ? g->IHead(conn) : g->ITail(conn);
 }
 
-// A repeated id points the index at the newest connection.
+// A repeated id points the index at the newest connection. The index holds the
+// edge's A link, its position in the tail's list.
 void ZELT_Grid::AddConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn, long id) {
-  ZELT_Grid_DefSlot& slot = Slot(def);
-  if (!slot.conns) slot.conns = new ZELT_Grid_IdIndex();
-  slot.conns->Set(id, conn.position);
+  Slot(def).conns.Add(ConnIdKeysOf(def), id, conn.Edge()->Alink(), EveryEdge(Graph(def)));
 }
 
 // Only while the entry still names this connection: an older connection with a
 // repeated id must not take the newer one's entry with it.
 void ZELT_Grid::RemoveConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) {
-  ZELT_Grid_IdIndex* conns = Slot(def).conns;
-  if (!conns) return;
-  long id = GetConnectionID(def, conn);
-  tolk_list_link* stored = conns->Find(id);
-  if (stored && tolk_uedge_base::FromLink(stored) == conn.Edge()) conns->Erase(id);
+  Slot(def).conns.Remove(GetConnectionID(def, conn), conn.Edge()->Alink());
 }
 
 void ZELT_Grid::RemoveConnIdsOf(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {

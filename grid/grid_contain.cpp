@@ -149,20 +149,19 @@ const std::vector<tolk_list_base_iter>& ZELT_Grid::GetSupportees(const ZELT_Grid
 }
 
 void ZELT_Grid::AddIter(const ZELT_Grid_HEntityStep& is, const tolk_list_base_iter& it, int key) {
-  tolk_PropertySet& set = PropSet(GetDefIt(is), GetEntIt(is));
-  tolk_Property* list = set.QProperty(key);
+  ZELT_Grid_PropList& props = PropList(GetDefIt(is), GetEntIt(is));
+  tolk_Property* list = props.Value(key);
   if (!list) {
     tolk_Property empty;
     empty.InitIterVector();
-    set.AddProperty(key, empty);
-    list = set.QProperty(key);
+    list = &ZELT_Grid_PropList::ValueAt(props.Add(_hier.Records(), key, empty));
   }
   list->AccessIterVector().push_back(it);
 }
 
 const std::vector<tolk_list_base_iter>& ZELT_Grid::GetIters(const ZELT_Grid_HEntityStep& is, int key) const {
-  tolk_PropertySet* set = FindPropSet(GetDefIt(is), GetEntIt(is));
-  const tolk_Property* list = set ? set->QProperty(key) : nullptr;
+  ZELT_Grid_PropList* props = FindPropList(GetDefIt(is), GetEntIt(is));
+  const tolk_Property* list = props ? props->Value(key) : nullptr;
   if (!list || list->QType() != tolk_Property::iter_vector) return empty_iter_vec;
   return list->QIterVector();
 }
@@ -177,8 +176,8 @@ void ZELT_Grid::RemoveSupportRelationsOf(ZELT_Grid_DefIter dit, ZELT_Grid_Entity
     std::vector<tolk_list_base_iter> partners = GetIters(step, key);
     for (const tolk_list_base_iter& partner : partners) {
       if (partner.position == ent.position) continue;
-      tolk_PropertySet* set = FindPropSet(dit, ZELT_Grid_EntityIter(tolk_UNode(partner)));
-      tolk_Property* list = set ? set->QProperty(partnerKey) : nullptr;
+      ZELT_Grid_PropList* props = FindPropList(dit, ZELT_Grid_EntityIter(tolk_UNode(partner)));
+      tolk_Property* list = props ? props->Value(partnerKey) : nullptr;
       if (!list) continue;
       std::erase_if(list->AccessIterVector(),
                     [&](const tolk_list_base_iter& p) { return p.position == ent.position; });

@@ -17,71 +17,64 @@ tolk_PropertySetIter FirstOf(const tolk_PropertySet* set) { return set ? set->Fi
 }  // namespace
 
 // ---------------------------------------------------------------------------
-// Entity property sets: one slot per node of the definition's graph, made
+// Entity property lists: one slot per node of the definition's graph, made
 // when the definition gets its first entity property.
 // ---------------------------------------------------------------------------
 
-tolk_PropertySet* ZELT_Grid::FindPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
+ZELT_Grid_PropList* ZELT_Grid::FindPropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
   ZELT_Grid_DefSlot::EntityProps* props = Slot(def).entprops;
-  return props ? (*props)[ent] : nullptr;
+  return props ? &(*props)[ent] : nullptr;
 }
 
-tolk_PropertySet& ZELT_Grid::PropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+ZELT_Grid_PropList& ZELT_Grid::PropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
   ZELT_Grid_DefSlot& slot = Slot(def);
   if (!slot.entprops) slot.entprops = new ZELT_Grid_DefSlot::EntityProps(*Graph(def));
-  tolk_PropertySet*& set = (*slot.entprops)[ent];
-  if (!set) set = new tolk_PropertySet();
-  return *set;
+  return (*slot.entprops)[ent];
 }
 
-// Node slots are reused for later nodes, so a released set leaves null behind.
-void ZELT_Grid::ClearPropSet(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
-  ZELT_Grid_DefSlot::EntityProps* props = Slot(def).entprops;
-  if (!props) return;
-  tolk_PropertySet*& set = (*props)[ent];
-  delete set;
-  set = nullptr;
+// Node slots are reused for later nodes, so a released list leaves an empty one behind.
+void ZELT_Grid::ClearPropList(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  if (ZELT_Grid_PropList* list = FindPropList(def, ent)) list->Clear(_hier.Records());
 }
 
-void ZELT_Grid::DropEntityPropSets(ZELT_Grid_DefIter def) {
+void ZELT_Grid::DropEntityPropLists(ZELT_Grid_DefIter def) {
   ZELT_Grid_DefSlot& slot = Slot(def);
   if (!slot.entprops) return;
   for (ZELT_Grid_EntityIter ent = GetFirstEntity(def); !IsEnd(ent); NextEntity(def, ent))
-    delete static_cast<tolk_PropertySet*>((*slot.entprops)[ent]);
+    (*slot.entprops)[ent].Clear(_hier.Records());
   delete slot.entprops;
   slot.entprops = nullptr;
 }
 
 ZELT_Grid_PropIter ZELT_Grid::AddProperty(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, int key,
                                           const ZELT_Grid_PropData& value) {
-  tolk_PropertySet& set = PropSet(def, ent);
-  set.AddProperty(key, value);
-  return set.First();
+  return PropList(def, ent).Add(_hier.Records(), key, value);
 }
 
 // Removes every entry with the key found at it, not only that one.
 int ZELT_Grid::RemoveProperty(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, ZELT_Grid_PropIter it) {
-  tolk_PropertySet* set = FindPropSet(def, ent);
-  if (!set) return 1;
-  set->RemoveProperty(set->QItPropKey(it));
+  ZELT_Grid_PropList* list = FindPropList(def, ent);
+  if (!list || list->Empty()) return 1;
+  list->Remove(_hier.Records(), ZELT_Grid_PropList::KeyAt(it));
   return 0;
 }
 
 ZELT_Grid_PropIter ZELT_Grid::GetProperty(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, int key) const {
-  return FindKey(FindPropSet(def, ent), key);
+  ZELT_Grid_PropList* list = FindPropList(def, ent);
+  return list ? list->Find(key) : tolk_PropertySetIter();
 }
 
 ZELT_Grid_PropIter ZELT_Grid::GetFirstProperty(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const {
-  return FirstOf(FindPropSet(def, ent));
+  ZELT_Grid_PropList* list = FindPropList(def, ent);
+  return list ? list->First() : tolk_PropertySetIter();
 }
 
-int ZELT_Grid::GetPropertyKey(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, ZELT_Grid_PropIter it) const {
-  return FindPropSet(def, ent)->QItPropKey(it);
+int ZELT_Grid::GetPropertyKey(ZELT_Grid_DefIter, ZELT_Grid_EntityIter, ZELT_Grid_PropIter it) const {
+  return ZELT_Grid_PropList::KeyAt(it);
 }
 
-ZELT_Grid_PropData& ZELT_Grid::GetPropertyValue(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent,
-                                                ZELT_Grid_PropIter it) const {
-  return FindPropSet(def, ent)->QItProperty(it);
+ZELT_Grid_PropData& ZELT_Grid::GetPropertyValue(ZELT_Grid_DefIter, ZELT_Grid_EntityIter, ZELT_Grid_PropIter it) const {
+  return ZELT_Grid_PropList::ValueAt(it);
 }
 
 // ---------------------------------------------------------------------------

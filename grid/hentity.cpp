@@ -6,8 +6,9 @@
 #include "grid/grid.h"
 
 bool ZELT_Grid_HEntity::Contains(const tolk_instance_step_base& step) const {
+  const tolk_instance_step_base* steps = Steps();
   for (int i = 0; i < GetLength(); ++i) {
-    if (stepfield[i] == step) return true;
+    if (steps[i] == step) return true;
   }
   return false;
 }
@@ -16,9 +17,11 @@ bool ZELT_Grid_HEntity::SameDef(const ZELT_Grid&, const ZELT_Grid_HEntity& other
   int n = GetLength();
   if (n != other.GetLength()) return false;
   if (n == 0) return true;
-  if (stepfield[n - 1].pscope != other.stepfield[n - 1].pscope) return false;
+  const tolk_instance_step_base* mine = Steps();
+  const tolk_instance_step_base* theirs = other.Steps();
+  if (mine[n - 1].pscope != theirs[n - 1].pscope) return false;
   for (int i = 0; i < n - 1; ++i) {
-    if (stepfield[i] != other.stepfield[i]) return false;
+    if (mine[i] != theirs[i]) return false;
   }
   return true;
 }

@@ -28,6 +28,8 @@ class ZELT_Grid_CondStateSetSL {
   void SetState(const ZELT_Grid_EntityIter& e, ZELT_Grid_CondState s);
   ZELT_Grid_CondState GetState(const ZELT_Grid_EntityIter& e) const;
   ZELT_Grid_DefIter GetDef() const;
+  // The states in slot order (see ZELT_Grid_DefAssoc::Slots); null over no definition.
+  const ZELT_Grid_DefAssoc<ZELT_Grid_CondState>* States() const { return _pstates; }
 
   // The entities whose state was set, in ascending entity id.
   ZELT_Grid_EntityIterSetIter GetFirstEntity() const { return _entitysetsl.First(); }

@@ -6,6 +6,38 @@
 #include "grid/defassoc.h"
 #include "tolk/dqueue.h"
 
+// The search itself, over any record of which entities it has visited (expanded) and
+// touched (reported as discovered). Marks supplies
+//   bool Visited(e), void SetVisited(e), bool Touched(e), void SetTouched(e).
+template <class Controller, class Marks>
+void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, Controller& controller,
+                            Marks& marks) {
+  tolk_QUEUE<ZELT_Grid_EntityIter> queue(1024);
+  ZELT_Grid_DefIter dit;
+  for (const ZELT_Grid_HEntity& source : sources) {
+    TOLK_ASSERT(source.GetLength() > 0, "empty source path");
+    ZELT_Grid_HEntityStep last = source[source.GetLength() - 1];
+    dit = gm.GetDefIt(last);
+    queue.Add(gm.GetEntIt(last));
+  }
+  while (!queue.Empty()) {
+    ZELT_Grid_EntityIter i0 = queue.Get();
+    if (marks.Visited(i0)) continue;  // a source listed twice
+    for (ZELT_Grid_ConnectionIter c = gm.GetFirstConnection(dit, i0); !gm.IsEnd(c); gm.NextConnection(dit, i0, c)) {
+      ZELT_Grid_EntityIter i = gm.GetConOtherEnd(dit, i0, c);
+      if (marks.Visited(i) || controller.BreakOn(i)) continue;
+      // A touched entity already waits in the queue ahead of any copy pushed
+      // now, so a second copy could never be the one that expands it.
+      if (marks.Touched(i)) continue;
+      controller.Discovered(i);
+      marks.SetTouched(i);
+      queue.Add(i);
+    }
+    marks.SetVisited(i0);
+    controller.Finished(i0);
+  }
+}
+
 // Searches the entities of the sources' definition (the definition of the last
 // step of each source; all sources must lie in the same one), following every
 // entity's connections in the grid's order, newest first. The controller
@@ -22,28 +54,13 @@ template <class Controller>
 void ZELT_Grid_SLBFS_Base_Multi_Source(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources,
                                        Controller& controller, ZELT_Grid_DefAssoc<bool>& visited,
                                        ZELT_Grid_DefAssoc<bool>& touched) {
-  tolk_QUEUE<ZELT_Grid_EntityIter> queue(1024);
-  ZELT_Grid_DefIter dit;
-  for (const ZELT_Grid_HEntity& source : sources) {
-    TOLK_ASSERT(source.GetLength() > 0, "empty source path");
-    ZELT_Grid_HEntityStep last = source[source.GetLength() - 1];
-    dit = gm.GetDefIt(last);
-    queue.Add(gm.GetEntIt(last));
-  }
-  while (!queue.Empty()) {
-    ZELT_Grid_EntityIter i0 = queue.Get();
-    if (visited[i0]) continue;  // a source listed twice
-    for (ZELT_Grid_ConnectionIter c = gm.GetFirstConnection(dit, i0); !gm.IsEnd(c); gm.NextConnection(dit, i0, c)) {
-      ZELT_Grid_EntityIter i = gm.GetConOtherEnd(dit, i0, c);
-      if (visited[i] || controller.BreakOn(i)) continue;
-      // A touched entity already waits in the queue ahead of any copy pushed
-      // now, so a second copy could never be the one that expands it.
-      if (touched[i]) continue;
-      controller.Discovered(i);
-      touched[i] = true;
-      queue.Add(i);
-    }
-    visited[i0] = true;
-    controller.Finished(i0);
-  }
+  struct TwoArrays {
+    bool Visited(const ZELT_Grid_EntityIter& e) const { return visited[e]; }
+    void SetVisited(const ZELT_Grid_EntityIter& e) { visited[e] = true; }
+    bool Touched(const ZELT_Grid_EntityIter& e) const { return touched[e]; }
+    void SetTouched(const ZELT_Grid_EntityIter& e) { touched[e] = true; }
+    ZELT_Grid_DefAssoc<bool>& visited;
+    ZELT_Grid_DefAssoc<bool>& touched;
+  } marks{visited, touched};
+  ZELT_Grid_SLBFS_Search(gm, sources, controller, marks);
 }

@@ -25,6 +25,70 @@ bool SourcesShareOneInstance(ZELT_Grid& gm, const std::vector<ZELT_Grid_HEntity>
   return true;
 }
 
+// Everything the orientation keeps per entity, in one slot: the search then reads one
+// slot per entity it meets instead of one in each of four arrays. depth is the
+// finishing number, -1 until the entity is finished (the numbers are taken as 32-bit
+// integers when the chains are made).
+struct EntityWork {
+  int32_t depth = -1;
+  bool visited = false;
+  bool touched = false;
+  bool off = false;  // the state set says OFF: the search never enters it
+};
+typedef ZELT_Grid_DefAssoc<EntityWork> WorkSlots;
+
+// Copies the OFF states into the work slots: slot by slot when the state set covers
+// the same definition (its slots are numbered alike), entity by entity otherwise.
+void MarkOffEntities(ZELT_Grid& gm, const ZELT_Grid_DefIter& def, const ZELT_Grid_CondStateSetSL& cst,
+                     WorkSlots& work) {
+  const ZELT_Grid_DefAssoc<ZELT_Grid_CondState>* states = cst.States();
+  if (states == nullptr) return;
+  if (states->GetDef() == def) {
+    const size_t n = std::min(states->SlotCount(), work.SlotCount());
+    for (size_t i = 0; i < n; ++i) work.Slots()[i].off = states->Slots()[i] == OFF;
+    return;
+  }
+  for (ZELT_Grid_EntityIter e = gm.GetFirstEntity(def); !gm.IsEnd(e); gm.NextEntity(def, e))
+    work[e].off = cst.GetState(e) == OFF;
+}
+
+struct WorkMarks {
+  bool Visited(const ZELT_Grid_EntityIter& e) const { return work[e].visited; }
+  void SetVisited(const ZELT_Grid_EntityIter& e) { work[e].visited = true; }
+  bool Touched(const ZELT_Grid_EntityIter& e) const { return work[e].touched; }
+  void SetTouched(const ZELT_Grid_EntityIter& e) { work[e].touched = true; }
+  WorkSlots& work;
+};
+
+// VisitorSLOrient on the work slots. It also counts the pairs that the finished
+// connectivity nodes can give at most (one fewer than their connections), so that
+// the result is allocated once.
+class WorkVisitor {
+ public:
+  WorkVisitor(const ZELT_Grid& gm, const ZELT_Grid_DefIter& def, WorkSlots& work) : _gm(gm), _def(def), _work(work) {}
+
+  bool BreakOn(const ZELT_Grid_EntityIter& e) const { return _work[e].off; }
+  void Discovered(const ZELT_Grid_EntityIter&) {}
+  void Finished(const ZELT_Grid_EntityIter& e) {
+    _work[e].depth = static_cast<int32_t>(_depth++);
+    if (_gm.IsConnNode(_def, e)) _pair_bound += Degree(e) - 1;
+  }
+  size_t PairBound() const { return _pair_bound > 0 ? static_cast<size_t>(_pair_bound) : 0; }
+
+ private:
+  long Degree(const ZELT_Grid_EntityIter& e) const {
+    long n = 0;
+    for (ZELT_Grid_ConnectionIter c = _gm.GetFirstConnection(_def, e); !_gm.IsEnd(c); _gm.NextConnection(_def, e, c)) ++n;
+    return n > 0 ? n : 1;
+  }
+
+  const ZELT_Grid& _gm;
+  ZELT_Grid_DefIter _def;
+  WorkSlots& _work;
+  tolk_signed _depth = 0;
+  long _pair_bound = 0;
+};
+
 // A neighbour of a connectivity node with its finishing number.
 struct FinishedNeighbour {
   int32_t depth;
@@ -38,8 +102,8 @@ struct FinishedNeighbour {
 class NodeChainEmitter {
  public:
   NodeChainEmitter(const ZELT_Grid& gm, const ZELT_Grid_HEntity& first_source, const ZELT_Grid_DefIter& def,
-                   const ZELT_Grid_DefAssoc<long>& depths, std::vector<ZELT_Grid_HEntityPair>& pairs)
-      : _gm(gm), _first_source(first_source), _def(def), _depths(depths), _pairs(pairs) {}
+                   const WorkSlots& work, std::vector<ZELT_Grid_HEntityPair>& pairs)
+      : _gm(gm), _first_source(first_source), _def(def), _work(work), _pairs(pairs) {}
 
   void Emit(const ZELT_Grid_EntityIter& node) {
     if (!CollectNeighbours(node) || _neighbours.empty()) return;
@@ -59,7 +123,7 @@ class NodeChainEmitter {
     _neighbours.clear();
     for (ZELT_Grid_ConnectionIter c = _gm.GetFirstConnection(_def, node); !_gm.IsEnd(c); _gm.NextConnection(_def, node, c)) {
       ZELT_Grid_EntityIter other = _gm.GetConOtherEnd(_def, node, c);
-      int32_t depth = static_cast<int32_t>(_depths[other]);
+      int32_t depth = _work[other].depth;
       if (depth < 0) return false;
       _neighbours.push_back({depth, other});
     }
@@ -69,13 +133,15 @@ class NodeChainEmitter {
   const ZELT_Grid& _gm;
   const ZELT_Grid_HEntity& _first_source;
   ZELT_Grid_DefIter _def;
-  const ZELT_Grid_DefAssoc<long>& _depths;
+  const WorkSlots& _work;
   std::vector<ZELT_Grid_HEntityPair>& _pairs;
   std::vector<FinishedNeighbour> _neighbours;  // reused from node to node
 };
 
 }  // namespace
 
+// The search is ZELT_Grid_SLBFS_Base_Multi_Source with VisitorSLOrient, run on one
+// array of packed slots (WorkVisitor, WorkMarks) instead of four.
 void ZELT_Grid_SLOrient(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, const ZELT_Grid_CondStateSetSL& cst,
                         std::vector<ZELT_Grid_HEntityPair>& pairs) {
   pairs.clear();
@@ -89,13 +155,14 @@ void ZELT_Grid_SLOrient(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, 
   const ZELT_Grid_HEntity& first_source = sources[0];
   ZELT_Grid_DefIter first_def = first_source.GetLeafDef(gm);
 
-  ZELT_Grid_DefAssoc<long> depths(gm, first_def, -1);
-  VisitorSLOrient visitor(cst, depths);
-  ZELT_Grid_DefAssoc<bool> pvisited(gm, first_def, false);
-  ZELT_Grid_DefAssoc<bool> touched(gm, first_def, false);
-  ZELT_Grid_SLBFS_Base_Multi_Source(gm, sources, visitor, pvisited, touched);
+  WorkSlots work(gm, first_def, EntityWork());
+  MarkOffEntities(gm, first_def, cst, work);
+  WorkVisitor visitor(gm, first_def, work);
+  WorkMarks marks{work};
+  ZELT_Grid_SLBFS_Search(gm, sources, visitor, marks);
 
-  NodeChainEmitter emitter(gm, first_source, first_def, depths, pairs);
+  pairs.reserve(visitor.PairBound());
+  NodeChainEmitter emitter(gm, first_source, first_def, work, pairs);
   for (ZELT_Grid_EntityIter e = gm.GetFirstEntity(first_def); !gm.IsEnd(e); gm.NextEntity(first_def, e)) {
     if (gm.IsConnNode(first_def, e)) emitter.Emit(e);
   }

@@ -3,14 +3,25 @@
 
 #include <utility>
 
+tolk_hgraph_base::tolk_hgraph_base(tolk_RecordPool* shared)
+    : ownRecords(shared != nullptr ? nullptr : new tolk_RecordPool), records(shared != nullptr ? shared : ownRecords.get()) {}
+
+void tolk_hgraph_base::ForgetRecords() {
+  RawForget();
+  repList.RawForget();
+  NEdges = 0;
+}
+
 const tolk_instance_base& tolk_hgraph_base::EmptyPath() {
   static const tolk_instance_base empty;
   return empty;
 }
 
 tolk_RepIter tolk_hgraph_base::AddRep(tolk_hgraph_base* scope, const tolk_UNode& n) {
-  repList.Append(tolk_instance_step_base(scope, n));
-  return repList.Last();
+  tolk_hrnode_link* l = RLink(n);
+  l->repscope = scope;
+  repList.RawAppend(l->RepLink());
+  return tolk_RepIter(l->RepLink());
 }
 
 int tolk_hgraph_base::KindOfEnds(const tolk_instance_base& tail, const tolk_instance_base& head) {
@@ -36,14 +47,15 @@ tolk_instance_base* tolk_hgraph_base::VPathSlot(tolk_uedge_base* e, bool headEnd
 tolk_UNode tolk_hgraph_base::PlaceInstance(tolk_hrnode_link* l, tolk_hgraph_base* ref, bool front) {
   l->refptr = ref;
   tolk_UNode n = front ? LinkNodeFront(l) : LinkNodeEnd(l);
-  l->riter = ref->AddRep(this, n);
+  ref->AddRep(this, n);
   return n;
 }
 
 tolk_UEdge tolk_hgraph_base::PlaceEdge(tolk_uedge_base* rec, const tolk_instance_base& tail,
                                        const tolk_instance_base& head, bool front) {
   TOLK_ASSERT(tail[0].pscope == this && head[0].pscope == this, "edge path does not start in this graph");
-  switch (KindOfEnds(tail, head)) {
+  const int kind = KindOfEnds(tail, head);
+  switch (kind) {
     case tolk_EDGE_TAIL_INSTANCE: static_cast<tolk_semihedge_base*>(rec)->vadj.AppendFrom(tail, 1); break;
     case tolk_EDGE_HEAD_INSTANCE: static_cast<tolk_semihedge_base*>(rec)->vadj.AppendFrom(head, 1); break;
     case tolk_EDGE_INSTANCES:
@@ -52,13 +64,16 @@ tolk_UEdge tolk_hgraph_base::PlaceEdge(tolk_uedge_base* rec, const tolk_instance
       break;
     default: break;
   }
-  return LinkEdge(rec, tail[0].node, head[0].node, front);
+  tolk_UEdge e = LinkEdge(rec, tail[0].node, head[0].node, front);
+  SetKind(rec, kind);
+  return e;
 }
 
 tolk_UEdge tolk_hgraph_base::PlaceEdgeCopy(tolk_uedge_base* rec, const tolk_uedge_base* from, const tolk_UNode& tail,
                                            const tolk_UNode& head) {
   tolk_uedge_base* src = const_cast<tolk_uedge_base*>(from);
   tolk_UEdge e = LinkEdge(rec, tail, head, true);
+  SetKind(rec, KindOf(src));
   for (bool headEnd : {false, true}) {
     tolk_instance_base* to = VPathSlot(rec, headEnd);
     if (to != nullptr) *to = VPath(src, headEnd);
@@ -77,14 +92,14 @@ void tolk_hgraph_base::NodeDelete(const tolk_UNode& n) {
   tolk_unode_link* l = n.Link();
   while (!l->elist.Empty()) EdgeDelete(tolk_UEdge::First(n));
   DeleteAllVConnects(n);
-  if (!IsLeaf(n)) RefOf(n)->DeleteRep(RLink(n)->riter);
+  if (!IsLeaf(n)) RefOf(n)->DeleteRep(tolk_RepIter(RLink(n)->RepLink()));
   tolk_ugraph_base::NodeDelete(n);
 }
 
 void tolk_hgraph_base::DeleteAllVConnects(const tolk_UNode& n) {
   tolk_instance_base path;
   for (tolk_RepIter r = repList.First(); !r.End(); r.Next()) {
-    const tolk_instance_step_base rep = repList.Value(r);
+    const tolk_instance_step_base rep = RLValue(r);
     path.Reset();
     path.Append(rep);
     path.Append(this, n);
@@ -112,7 +127,7 @@ tolk_instance_base tolk_hgraph_base::RebuildEnd(const tolk_UNode& endNode, const
 void tolk_hgraph_base::RedirectVConnects(const tolk_UNode& n, tolk_UNODEASSOC<tolk_UNode>& map) {
   const tolk_instance_step_base through(this, n);
   for (tolk_RepIter r = repList.First(); !r.End(); r.Next()) {
-    const tolk_UNode inst = repList.Value(r).node;
+    const tolk_UNode inst = RLValue(r).node;
     for (tolk_UEdge e = tolk_UEdge::First(inst); !e.End(); e.Next()) {
       tolk_instance_base* vp = VPathSlot(e.Edge(), e.IsBlink());
       if (vp == nullptr || vp->GetLength() < 2 || (*vp)[0] != through) continue;

@@ -3,7 +3,11 @@
 
 #include "tolk/assert.h"
 #include "tolk/hgraph_path.h"
+#include <memory>
+#include <type_traits>
+
 #include "tolk/list.h"
+#include "tolk/pool.h"
 #include "tolk/ugraph.h"
 
 class tolk_hgraph_base;
@@ -16,9 +20,19 @@ struct tolk_hnode_link : tolk_unode_link {
   tolk_hgraph_base* refptr = nullptr;
 };
 
-// An instance node also knows its entry in the instantiated graph's repList.
-struct tolk_hrnode_link : tolk_hnode_link {
-  tolk_RepIter riter;
+// The link by which an instance node sits in the instantiated graph's repList.
+struct tolk_rep_link : tolk_list_link {};
+
+// An instance node is its own entry in the instantiated graph's repList: the list runs
+// through the instance nodes and needs no records of its own. repscope is the graph
+// the node lies in, the other half of the representative step.
+struct tolk_hrnode_link : tolk_hnode_link, tolk_rep_link {
+  tolk_hgraph_base* repscope = nullptr;
+
+  tolk_rep_link* RepLink() { return this; }
+  static tolk_hrnode_link* FromRepLink(tolk_list_link* l) {
+    return static_cast<tolk_hrnode_link*>(static_cast<tolk_rep_link*>(l));
+  }
 };
 
 // An edge with exactly one instance end; vadj is the path below that end.
@@ -36,13 +50,17 @@ struct tolk_hedge_base : tolk_uedge_base {
 enum : int { tolk_EDGE_LEAVES = 0, tolk_EDGE_TAIL_INSTANCE = 1, tolk_EDGE_HEAD_INSTANCE = 2, tolk_EDGE_INSTANCES = 3 };
 
 // An undirected graph some of whose nodes stand for other graphs. Edges reach into an
-// instance through the path stored with them. repList holds one (scope, node) step for
-// every instance node anywhere that instantiates this graph, kept exact by node
-// insertion and deletion. Whether an edge end is an instance end follows from its node,
-// so an edge keeps the kind of its ends for its whole life.
+// instance through the path stored with them. repList links every instance node anywhere
+// that instantiates this graph, each standing for the step (its scope, itself), kept
+// exact by node insertion and deletion. Whether an edge end is an instance end follows
+// from its node, so an edge keeps the kind of its ends for its whole life.
 class tolk_hgraph_base : public tolk_ugraph_base {
  public:
-  tolk_LIST<tolk_instance_step_base> repList;
+  tolk_list_base repList;
+
+  // Node and edge records come from records when given (shared by graphs that live and
+  // die together, and which must outlive them all), else from a pool of the graph's own.
+  explicit tolk_hgraph_base(tolk_RecordPool* records = nullptr);
 
   // Nodes and edges of a hierarchical graph carry records: only the typed graph makes them.
   tolk_UNode NodeInsert() = delete;
@@ -56,10 +74,15 @@ class tolk_hgraph_base : public tolk_ugraph_base {
   static int EdgeType(const tolk_UEdge& e) { return KindOf(e.Edge()); }
   static tolk_hgraph_base* RefOf(const tolk_UNode& n) { return HLink(n)->refptr; }
 
+  // Appends instance node n of scope (which must instantiate this graph) to repList.
   tolk_RepIter AddRep(tolk_hgraph_base* scope, const tolk_UNode& n);
-  void DeleteRep(const tolk_RepIter& r) { repList.Delete(r); }
-  const tolk_instance_step_base& RLValue(const tolk_RepIter& r) { return repList.Value(r); }
-  tolk_unsigned NumOfReps() { return static_cast<tolk_unsigned>(repList.Size()); }
+  void DeleteRep(const tolk_RepIter& r) { repList.RawRemove(r); }
+  // The step (scope, instance node) that the entry at r stands for.
+  static tolk_instance_step_base RLValue(const tolk_RepIter& r) {
+    tolk_hrnode_link* l = tolk_hrnode_link::FromRepLink(r.position);
+    return tolk_instance_step_base(l->repscope, tolk_UNode(static_cast<tolk_unode_link*>(l)));
+  }
+  tolk_unsigned NumOfReps() const { return static_cast<tolk_unsigned>(repList.Size()); }
   tolk_RepIter FirstRep() const { return repList.First(); }
 
   // The path below the edge's head or tail (the shared empty path for a leaf end).
@@ -86,9 +109,12 @@ class tolk_hgraph_base : public tolk_ugraph_base {
  protected:
   static tolk_hnode_link* HLink(const tolk_UNode& n) { return static_cast<tolk_hnode_link*>(n.Link()); }
   static tolk_hrnode_link* RLink(const tolk_UNode& n) { return static_cast<tolk_hrnode_link*>(n.Link()); }
+  // Kept in the B link's id when the edge is linked, so that neither end node is read.
   static int KindOf(const tolk_uedge_base* e) {
-    return (static_cast<tolk_hnode_link*>(e->tail)->refptr ? tolk_EDGE_TAIL_INSTANCE : 0) |
-           (static_cast<tolk_hnode_link*>(e->head)->refptr ? tolk_EDGE_HEAD_INSTANCE : 0);
+    return static_cast<int>(static_cast<const tolk_uedge_blink*>(e)->id & tolk_EDGE_INSTANCES);
+  }
+  static void SetKind(tolk_uedge_base* e, int kind) {
+    e->Blink()->id = tolk_uedge_link::kBlinkMark | static_cast<tolk_unsigned>(kind);
   }
   static int KindOfEnds(const tolk_instance_base& tail, const tolk_instance_base& head);
   // The stored path at one end of an edge; null for a leaf end.
@@ -110,6 +136,14 @@ class tolk_hgraph_base : public tolk_ugraph_base {
                                 tolk_UNODEASSOC<tolk_UNode>& map);
   // Points the paths of enclosing graphs' edges that run through n at n's copies.
   void RedirectVConnects(const tolk_UNode& n, tolk_UNODEASSOC<tolk_UNode>& map);
+
+  tolk_RecordPool& Records() { return *records; }
+  // Empties the graph, lists only, after the records have let go of what they own.
+  void ForgetRecords();
+
+ private:
+  std::unique_ptr<tolk_RecordPool> ownRecords;
+  tolk_RecordPool* records;
 };
 
 // Walks the virtual connections of a leaf path: the edges of the instance node one
@@ -183,10 +217,10 @@ class tolk_HInstance : public tolk_instance_base {
   tolk_HInstance(const tolk_instance_base& p) : tolk_instance_base(p) {}
   tolk_HInstance(tolk_instance_base&& p) : tolk_instance_base(static_cast<tolk_instance_base&&>(p)) {}
 
-  Step operator[](int i) const { return Step(stepfield[i]); }
-  tolk_instance_step_base& operator[](int i) { return stepfield[i]; }
-  Graph* Scope(int i) const { return static_cast<Graph*>(stepfield[i].pscope); }
-  const tolk_UNode& Node(int i) const { return stepfield[i].node; }
+  Step operator[](int i) const { return Step(Steps()[i]); }
+  tolk_instance_step_base& operator[](int i) { return Steps()[i]; }
+  Graph* Scope(int i) const { return static_cast<Graph*>(Steps()[i].pscope); }
+  const tolk_UNode& Node(int i) const { return Steps()[i].node; }
 };
 
 // Typed node and edge records.
@@ -229,12 +263,13 @@ class tolk_HGRAPH : public tolk_hgraph_base {
 
   tolk_HGRAPH() = default;
   explicit tolk_HGRAPH(const G& g) : data(g) {}
+  tolk_HGRAPH(const G& g, tolk_RecordPool* records) : tolk_hgraph_base(records), data(g) {}
   ~tolk_HGRAPH() override { DestroyAll(); }
 
   tolk_UNode NodeInsert(const N& d, tolk_HGRAPH* ref) { return MakeInstance(d, ref, true); }
   tolk_UNode NodeAppend(const N& d, tolk_HGRAPH* ref) { return MakeInstance(d, ref, false); }
-  tolk_UNode LeafNodeInsert(const L& d) { return PlaceLeaf(new LeafNode{{}, d}, true); }
-  tolk_UNode LeafNodeAppend(const L& d) { return PlaceLeaf(new LeafNode{{}, d}, false); }
+  tolk_UNode LeafNodeInsert(const L& d) { return PlaceLeaf(MakeLeaf(d), true); }
+  tolk_UNode LeafNodeAppend(const L& d) { return PlaceLeaf(MakeLeaf(d), false); }
 
   // Edge between the first steps of tail and head; the rest of each path is stored
   // with the edge. The answer is the edge's A link, in the tail's list.
@@ -253,11 +288,19 @@ class tolk_HGRAPH : public tolk_hgraph_base {
   E& Value(const tolk_UEdge& e) { return DataOf(e.Edge()); }
   G& Info() { return data; }
   tolk_HGRAPH* GetRepGraph(const tolk_UNode& n) const { return static_cast<tolk_HGRAPH*>(RefOf(n)); }
-  Step GetRepresentativeValue(const tolk_RepIter& r) { return Step(RLValue(r)); }
+  static Step GetRepresentativeValue(const tolk_RepIter& r) { return Step(RLValue(r)); }
 
   // The end's path seen from this graph: (this, end node), then the first step below an instance end.
   Path IHead(const tolk_UEdge& e) { return EndPath(e.Edge()->head, VHead(e)); }
   Path ITail(const tolk_UEdge& e) { return EndPath(e.Edge()->tail, VTail(e)); }
+
+  // For graphs destroyed together with the pool their records came from: lets every
+  // record let go of what it owns and empties the graph, without unlinking the records
+  // or giving them back one by one. Every graph that refers to this one (through
+  // instance nodes or paths) must be abandoned too, and none may be used again but to
+  // destroy it; the pool must go soon after. Records whose data need destructors are
+  // deleted one by one as usual.
+  void AbandonRecords();
 
   // Appends a copy of every node of other, recording each copy in map (an array of
   // other's), then a copy of every edge of other, each at the front of its lists.
@@ -280,16 +323,29 @@ class tolk_HGRAPH : public tolk_hgraph_base {
 
   tolk_UNode MakeInstance(const N& d, tolk_HGRAPH* ref, bool front) {
     TOLK_ASSERT(ref != nullptr, "instance node without the graph it instantiates");
-    InstanceNode* l = new InstanceNode;
+    InstanceNode* l = Records().template New<InstanceNode>();
     l->data = d;
     return PlaceInstance(l, ref, front);
   }
 
-  static tolk_uedge_base* NewEdgeRecord(int kind, const E& d) {
+  LeafNode* MakeLeaf(const L& d) {
+    LeafNode* l = Records().template New<LeafNode>();
+    l->leafdata = d;
+    return l;
+  }
+
+  template <class Record>
+  tolk_uedge_base* MakeEdge(const E& d) {
+    Record* r = Records().template New<Record>();
+    r->data = d;
+    return r;
+  }
+
+  tolk_uedge_base* NewEdgeRecord(int kind, const E& d) {
     switch (kind) {
-      case tolk_EDGE_LEAVES: return new LeafEdge{{}, d};
-      case tolk_EDGE_INSTANCES: return new FullEdge{{}, d};
-      default: return new SemiEdge{{}, d};
+      case tolk_EDGE_LEAVES: return MakeEdge<LeafEdge>(d);
+      case tolk_EDGE_INSTANCES: return MakeEdge<FullEdge>(d);
+      default: return MakeEdge<SemiEdge>(d);
     }
   }
 
@@ -328,18 +384,37 @@ template <class G, class N, class E, class L>
 void tolk_HGRAPH<G, N, E, L>::DisposeNode(tolk_unode_link* n) {
   tolk_UNode pos(n);
   if (IsLeaf(pos)) {
-    delete static_cast<LeafNode*>(HLink(pos));
+    Records().Delete(static_cast<LeafNode*>(HLink(pos)));
   } else {
-    delete static_cast<InstanceNode*>(RLink(pos));
+    Records().Delete(static_cast<InstanceNode*>(RLink(pos)));
   }
 }
 
 template <class G, class N, class E, class L>
 void tolk_HGRAPH<G, N, E, L>::DisposeEdge(tolk_uedge_base* e) {
   switch (KindOf(e)) {
-    case tolk_EDGE_LEAVES: delete static_cast<LeafEdge*>(e); break;
-    case tolk_EDGE_INSTANCES: delete static_cast<FullEdge*>(static_cast<tolk_hedge_base*>(e)); break;
-    default: delete static_cast<SemiEdge*>(static_cast<tolk_semihedge_base*>(e)); break;
+    case tolk_EDGE_LEAVES: Records().Delete(static_cast<LeafEdge*>(e)); break;
+    case tolk_EDGE_INSTANCES: Records().Delete(static_cast<FullEdge*>(static_cast<tolk_hedge_base*>(e))); break;
+    default: Records().Delete(static_cast<SemiEdge*>(static_cast<tolk_semihedge_base*>(e))); break;
+  }
+}
+
+template <class G, class N, class E, class L>
+void tolk_HGRAPH<G, N, E, L>::AbandonRecords() {
+  if constexpr (!std::is_trivially_destructible_v<N> || !std::is_trivially_destructible_v<L> ||
+                !std::is_trivially_destructible_v<E>) {
+    DestroyAll();
+  } else {
+    // Only the paths below an edge's instance ends may hold memory of their own.
+    for (tolk_UNode n = FirstNode(); !n.End(); n.Next()) {
+      for (tolk_UEdge e = tolk_UEdge::First(n); !e.End(); e.Next()) {
+        if (e.IsBlink()) continue;
+        for (bool headEnd : {false, true}) {
+          if (tolk_instance_base* path = VPathSlot(e.Edge(), headEnd)) *path = tolk_instance_base();
+        }
+      }
+    }
+    ForgetRecords();
   }
 }
 

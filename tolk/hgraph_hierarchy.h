@@ -5,7 +5,8 @@
 #include "tolk/hgraph.h"
 #include "tolk/rbtree.h"
 
-// Owns every graph registered with it. A graph sits in Primes while no instance node
+// Owns every graph registered with it, and a record pool that graphs made for it may
+// share (Records()); graphs are destroyed before the pool. A graph sits in Primes while no instance node
 // refers to it and in Scopes otherwise; node operations done through the hierarchy keep
 // that exact. Primes are ordered by the comparator given at construction (by address
 // when none is given); it sees graph pointers as void*, must tell any two graphs apart
@@ -85,6 +86,16 @@ class tolk_HIERARCHY {
     return 0;
   }
 
+  tolk_RecordPool& Records() { return records; }
+
+  // Lets go of every graph's records wholesale (tolk_HGRAPH::AbandonRecords), for a
+  // hierarchy about to be destroyed: its graphs are then deleted empty.
+  void AbandonRecords() {
+    for (GraphSet* set : {&Primes, &Scopes}) {
+      for (tolk_RBTreeIter it = set->First(); !it.End(); it.Next()) set->Value(it)->AbandonRecords();
+    }
+  }
+
   bool IsKnown(Graph* g) { return g != nullptr && (IsPrime(g) || Scopes.Search(g) != nullptr); }
   bool IsPrime(Graph* g) { return Primes.Search(g) != nullptr; }
   const GraphSet& GetPrimes() const { return Primes; }
@@ -92,6 +103,7 @@ class tolk_HIERARCHY {
 
  private:
   inline static tolk_PHGComparator byAddress;
+  tolk_RecordPool records;
 
   void RemoveNode(Graph* scope, const tolk_UNode& n) {
     Graph* ref = Graph::IsLeaf(n) ? nullptr : scope->GetRepGraph(n);

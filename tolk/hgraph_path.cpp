@@ -2,6 +2,7 @@
 #include "tolk/hgraph_path.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "tolk/assert.h"
 
@@ -14,62 +15,86 @@ int SpaceAbove(int n) { return std::min((n / kBlock + 1) * kBlock, tolk_MAXPATHL
 
 }  // namespace
 
-tolk_instance_base::tolk_instance_base(const tolk_instance_base& o) {
+tolk_instance_base::tolk_instance_base(const tolk_instance_base& o) : onheap(false) {
+  ::new (&store.one) tolk_instance_step_base();
   if (o.length == 0) return;
-  Reallocate(o.space);
-  std::copy(o.stepfield, o.stepfield + o.length, stepfield);
-  length = o.length;
+  Reallocate(o.space, o.length);
+  CopyStepsFrom(o);
 }
 
 tolk_instance_base::tolk_instance_base(tolk_instance_base&& o) noexcept
-    : length(o.length), space(o.space), stepfield(o.stepfield) {
+    : length(o.length), space(o.space), onheap(o.onheap) {
+  if (onheap)
+    store.many = o.store.many;
+  else
+    ::new (&store.one) tolk_instance_step_base(o.store.one);
   o.length = o.space = 0;
-  o.stepfield = nullptr;
+  o.onheap = false;
+  ::new (&o.store.one) tolk_instance_step_base();
 }
 
 tolk_instance_base& tolk_instance_base::operator=(const tolk_instance_base& o) {
   if (this == &o) return *this;
+  length = 0;
   if (o.length == 0) {
-    delete[] stepfield;
-    stepfield = nullptr;
-    length = space = 0;
+    Reallocate(0);
     return *this;
   }
-  length = 0;
-  if (space != o.space) Reallocate(o.space);
-  std::copy(o.stepfield, o.stepfield + o.length, stepfield);
-  length = o.length;
+  // An array of the right size is kept, whatever the copy needs of it.
+  if (space != o.space || (!onheap && o.length > 1)) Reallocate(o.space, o.length);
+  CopyStepsFrom(o);
   return *this;
 }
 
 tolk_instance_base& tolk_instance_base::operator=(tolk_instance_base&& o) noexcept {
   if (this == &o) return *this;
-  delete[] stepfield;
+  FreeHeap();
   length = o.length;
   space = o.space;
-  stepfield = o.stepfield;
+  onheap = o.onheap;
+  if (onheap)
+    store.many = o.store.many;
+  else
+    ::new (&store.one) tolk_instance_step_base(o.store.one);
   o.length = o.space = 0;
-  o.stepfield = nullptr;
+  o.onheap = false;
+  ::new (&o.store.one) tolk_instance_step_base();
   return *this;
 }
 
-void tolk_instance_base::Reallocate(int newSpace) {
-  tolk_instance_step_base* fresh = nullptr;
-  if (newSpace > 0) {
-    fresh = new tolk_instance_step_base[newSpace];
-    std::copy(stepfield, stepfield + std::min(static_cast<int>(length), newSpace), fresh);
+void tolk_instance_base::CopyStepsFrom(const tolk_instance_base& o) {
+  std::copy(o.Steps(), o.Steps() + o.length, Steps());
+  length = o.length;
+}
+
+void tolk_instance_base::Reallocate(int newSpace, int needed) {
+  const int keep = std::min(static_cast<int>(length), newSpace);
+  const int hold = std::max(keep, needed);
+  if (hold <= 1) {
+    // Nothing beyond one step to keep: it moves inside the path object.
+    const tolk_instance_step_base first = keep > 0 ? Steps()[0] : tolk_instance_step_base();
+    FreeHeap();
+    onheap = false;
+    ::new (&store.one) tolk_instance_step_base(first);
+  } else {
+    tolk_instance_step_base* fresh = new tolk_instance_step_base[newSpace];
+    std::copy(Steps(), Steps() + keep, fresh);
+    FreeHeap();
+    onheap = true;
+    store.many = fresh;
   }
-  delete[] stepfield;
-  stepfield = fresh;
   space = static_cast<tolk_pathlength>(newSpace);
 }
 
 void tolk_instance_base::EnsureSpace(int needed) {
   TOLK_ASSERT(needed <= tolk_MAXPATHLENGTH, "instance path longer than 65535 steps");
-  if (needed <= space) return;
+  if (needed <= space) {
+    if (needed > 1 && !onheap) Reallocate(space, needed);
+    return;
+  }
   int grown = space;
   while (grown < needed) grown += kBlock;
-  Reallocate(std::min(grown, tolk_MAXPATHLENGTH));
+  Reallocate(std::min(grown, tolk_MAXPATHLENGTH), needed);
 }
 
 void tolk_instance_base::ShrinkToFit() {
@@ -83,7 +108,7 @@ void tolk_instance_base::Reset() {
 
 void tolk_instance_base::Append(const tolk_instance_step_base& step) {
   EnsureSpace(length + 1);
-  stepfield[length++] = step;
+  Steps()[length++] = step;
 }
 
 void tolk_instance_base::AppendFrom(const tolk_instance_base& p, int from) {
@@ -91,13 +116,13 @@ void tolk_instance_base::AppendFrom(const tolk_instance_base& p, int from) {
   const int count = p.length - from;
   EnsureSpace(length + count);
   // p may be this very path: its steps stay where they are while the array grows.
-  std::copy(p.stepfield + from, p.stepfield + from + count, stepfield + length);
+  std::copy(p.Steps() + from, p.Steps() + from + count, Steps() + length);
   length = static_cast<tolk_pathlength>(length + count);
 }
 
 void tolk_instance_base::DeleteStep(int i) {
   TOLK_ASSERT(i >= 0 && i < length, "path step index out of range");
-  std::copy(stepfield + i + 1, stepfield + length, stepfield + i);
+  std::copy(Steps() + i + 1, Steps() + length, Steps() + i);
   --length;
   ShrinkToFit();
 }
@@ -117,7 +142,7 @@ void tolk_instance_base::CutToFront(int n) {
     Reallocate(0);
     return;
   }
-  std::copy(stepfield + dropped, stepfield + length, stepfield);
+  std::copy(Steps() + dropped, Steps() + length, Steps());
   length = static_cast<tolk_pathlength>(length - dropped);
   ShrinkToFit();
 }
@@ -130,13 +155,15 @@ void tolk_instance_base::Overlay(int n, const tolk_instance_base& p) {
 }
 
 bool tolk_instance_base::operator==(const tolk_instance_base& o) const {
-  return length == o.length && std::equal(stepfield, stepfield + length, o.stepfield);
+  return length == o.length && std::equal(Steps(), Steps() + length, o.Steps());
 }
 
 bool tolk_instance_base::AgreesFrom(int from, const tolk_instance_base& p) const {
   const int n = std::min(length - from, static_cast<int>(p.length));
+  const tolk_instance_step_base* mine = Steps() + from;
+  const tolk_instance_step_base* theirs = p.Steps();
   for (int k = 0; k < n; ++k) {
-    if (stepfield[from + k] != p.stepfield[k]) return false;
+    if (mine[k] != theirs[k]) return false;
   }
   return true;
 }

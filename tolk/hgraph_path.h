@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 
 #include "tolk/ugraph.h"
 
@@ -22,26 +23,31 @@ struct tolk_instance_step_base {
   bool operator!=(const tolk_instance_step_base& o) const { return !(*this == o); }
 };
 
-// A path owns its step array, which grows in blocks of 4 steps and is given back
-// when a cut leaves more than 4 steps unused. Copies of an empty path hold no array.
+// A path owns its steps. Its capacity (`space`, GetSpace) grows in blocks of 4 steps
+// and shrinks when a cut leaves more than 4 steps unused; copies of an empty path have
+// capacity 0. Where the steps lie is the path's own affair: a path of at most one step
+// keeps it inside the path object, so that the one-step paths stored with every edge
+// into an instance and the paths of an orientation's result cost no heap array; longer
+// paths keep a heap array of `space` steps.
 class tolk_instance_base {
  public:
   tolk_pathlength length = 0;
   tolk_pathlength space = 0;
-  tolk_instance_step_base* stepfield = nullptr;
 
-  tolk_instance_base() = default;
+  tolk_instance_base() : onheap(false) { ::new (&store.one) tolk_instance_step_base(); }
   tolk_instance_base(const tolk_instance_base& o);
   tolk_instance_base(tolk_instance_base&& o) noexcept;
   tolk_instance_base& operator=(const tolk_instance_base& o);
   tolk_instance_base& operator=(tolk_instance_base&& o) noexcept;
-  ~tolk_instance_base() { delete[] stepfield; }
+  ~tolk_instance_base() { FreeHeap(); }
 
   int GetLength() const { return length; }
   int GetSpace() const { return space; }
-  tolk_instance_step_base& operator[](int i) { return stepfield[i]; }
-  const tolk_instance_step_base& operator[](int i) const { return stepfield[i]; }
-  const tolk_instance_step_base& LastStep() const { return stepfield[length - 1]; }
+  tolk_instance_step_base& operator[](int i) { return Steps()[i]; }
+  const tolk_instance_step_base& operator[](int i) const { return Steps()[i]; }
+  const tolk_instance_step_base& LastStep() const { return Steps()[length - 1]; }
+  tolk_instance_step_base* Steps() { return onheap ? store.many : &store.one; }
+  const tolk_instance_step_base* Steps() const { return onheap ? store.many : &store.one; }
 
   // Length 0; a large array is freed, a small one kept for reuse.
   void Reset();
@@ -66,7 +72,20 @@ class tolk_instance_base {
   bool AgreesFrom(int from, const tolk_instance_base& p) const;
 
  private:
+  // Makes the capacity newSpace, keeping the first min(length, newSpace) steps in
+  // storage that holds at least `needed` of them.
+  void Reallocate(int newSpace, int needed = 0);
   void EnsureSpace(int needed);
-  void Reallocate(int newSpace);
   void ShrinkToFit();
+  void FreeHeap() {
+    if (onheap) delete[] store.many;
+  }
+  void CopyStepsFrom(const tolk_instance_base& o);
+
+  bool onheap;  // the steps lie in store.many, an array of `space` steps
+  union Store {
+    tolk_instance_step_base one;
+    tolk_instance_step_base* many;
+    Store() {}
+  } store;
 };

@@ -124,6 +124,10 @@ std::vector<tolk_list_link*> CollectLinks(const tolk_list_base& list) {
 
 }  // namespace
 
+tolk_list_link* tolk_SortLinkChain(tolk_list_link* head, tolk_signed n, tolk_list_linkcmp cmp, const void* ctx) {
+  return ChainSorter<tolk_list_link, tolk_list_linkcmp>(cmp, ctx).Sort(head, n);
+}
+
 // ---------------------------------------------------------------------------------------------------------
 // tolk_list_base
 // ---------------------------------------------------------------------------------------------------------
@@ -179,6 +183,12 @@ tolk_list_link* tolk_list_base::RawRemove(tolk_list_base_iter it) {
   return link;
 }
 
+void tolk_list_base::RawForget() {
+  start.next = &end;
+  end.last = &start;
+  size = 0;
+}
+
 void tolk_list_base::TransferItem(tolk_list_base& dest, tolk_list_base_iter it) {
   TransferSublist(dest, it, it);
 }
@@ -212,8 +222,7 @@ void tolk_list_base::RawSort(tolk_list_base_iter& first, tolk_list_base_iter& la
   }
   tolk_list_link* before = first.position->last;
   tolk_list_link* after = last.position->next;
-  tolk_list_link* head = first.position;
-  tolk_list_link* sorted = ChainSorter<tolk_list_link, tolk_list_linkcmp>(cmp, ctx).Sort(head, n);
+  tolk_list_link* sorted = tolk_SortLinkChain(first.position, n, cmp, ctx);
 
   tolk_list_link* prev = before;
   for (tolk_list_link* x = sorted; x; x = x->next) {

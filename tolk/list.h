@@ -49,13 +49,20 @@ class tolk_list_base_iter {
   }
   bool operator!=(const tolk_list_base_iter& o) const { return !(*this == o); }
 
- private:
-  // Self-looped and read-only: a list-independent end position.
-  static const tolk_list_link endLink;
+  // Self-looped and read-only: a list-independent end position. Lists without sentinels of
+  // their own (the graphs' incidence lists) end on it; nothing may ever write to it.
   static constexpr tolk_list_link* EndLink() { return const_cast<tolk_list_link*>(&endLink); }
+
+ private:
+  static const tolk_list_link endLink;
 };
 
 inline constinit const tolk_list_link tolk_list_base_iter::endLink{EndLink(), EndLink()};
+
+// Merge-sorts the n links (n >= 1) from head onwards, following their next pointers, into a chain
+// ending in null, and returns its first link; back pointers are left for the caller to relink. Equal
+// elements end up in reverse order.
+tolk_list_link* tolk_SortLinkChain(tolk_list_link* head, tolk_signed n, tolk_list_linkcmp cmp, const void* ctx);
 
 // Untyped doubly linked list over caller-made links; it never allocates or frees a link.
 // Sizes are counted while known; transfers leave them at -1 until Size() recounts.
@@ -85,6 +92,8 @@ class tolk_list_base {
   void RawInsertAfter(tolk_list_link* link, tolk_list_base_iter it);
   // Unlinks the element at it and hands it back; null (and no change) at an end position.
   tolk_list_link* RawRemove(tolk_list_base_iter it);
+  // Empties the list without touching its elements, for an owner that disposes of them wholesale.
+  void RawForget();
 
   // Move elements of this list to the end of dest, without copying; both sizes become unknown.
   void TransferItem(tolk_list_base& dest, tolk_list_base_iter it);

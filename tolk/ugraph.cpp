@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "tolk/assert.h"
+
 namespace {
 
 tolk_unsigned GrownLimit(tolk_unsigned used) {
@@ -12,9 +14,7 @@ tolk_unsigned GrownLimit(tolk_unsigned used) {
 }
 
 // Ascending, so that the largest free index is popped first.
-void PushFreeRange(tolk_STACK<tolk_unsigned>& stack, tolk_unsigned from, tolk_unsigned to) {
-  for (tolk_unsigned i = from; i <= to; ++i) stack.Push(i);
-}
+void PushFreeRange(tolk_IndexStack& stack, tolk_unsigned from, tolk_unsigned to) { stack.PushRange(from, to); }
 
 template <class F>
 void ForEachNode(const tolk_ugraph_base& g, F f) {
@@ -27,6 +27,116 @@ void ForEachLink(tolk_unode_link* n, F f) {
 }
 
 }  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Incidence lists
+
+tolk_list_base_iter tolk_uedge_list::Last() const {
+  tolk_list_link* link = first;
+  while (link->next != End()) link = link->next;
+  return tolk_list_base_iter(link);
+}
+
+tolk_signed tolk_uedge_list::Size() const {
+  tolk_signed n = 0;
+  for (tolk_list_link* link = first; link != End(); link = link->next) ++n;
+  return n;
+}
+
+void tolk_uedge_list::RawInsert(tolk_list_link* link) {
+  link->last = End();
+  link->next = first;
+  if (first != End()) first->last = link;
+  first = link;
+}
+
+void tolk_uedge_list::RawAppend(tolk_list_link* link) {
+  if (Empty()) {
+    RawInsert(link);
+    return;
+  }
+  RawInsertAfter(link, Last());
+}
+
+void tolk_uedge_list::RawInsertAfter(tolk_list_link* link, tolk_list_base_iter it) {
+  if (it.End()) {
+    RawInsert(link);
+    return;
+  }
+  tolk_list_link* at = it.position;
+  link->last = at;
+  link->next = at->next;
+  if (at->next != End()) at->next->last = link;
+  at->next = link;
+}
+
+tolk_list_link* tolk_uedge_list::RawRemove(tolk_list_base_iter it) {
+  if (it.End()) return nullptr;
+  tolk_list_link* link = it.position;
+  if (link->last == End())
+    first = link->next;
+  else
+    link->last->next = link->next;
+  if (link->next != End()) link->next->last = link->last;
+  link->last = link->next = nullptr;
+  return link;
+}
+
+void tolk_uedge_list::RawSort(tolk_list_base_iter& from, tolk_list_base_iter& to, tolk_list_linkcmp cmp,
+                              const void* ctx) {
+  if (from.End() || to.End()) return;
+  tolk_signed n = 1;
+  for (tolk_list_base_iter it = from; it != to; it.Next()) {
+    TOLK_ASSERT(!it.End(), "edge sort: the last position does not follow the first");
+    ++n;
+  }
+  tolk_list_link* before = from.position->last;
+  tolk_list_link* after = to.position->next;
+  tolk_list_link* sorted = tolk_SortLinkChain(from.position, n, cmp, ctx);
+  tolk_list_link* prev = before;
+  for (tolk_list_link* x = sorted; x; x = x->next) {
+    x->last = prev;
+    if (prev == End())
+      first = x;
+    else
+      prev->next = x;
+    prev = x;
+  }
+  prev->next = after;
+  if (after != End()) after->last = prev;
+  from = tolk_list_base_iter(sorted);
+  to = tolk_list_base_iter(prev);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Free index stacks
+
+void tolk_IndexStack::PushRange(tolk_unsigned from, tolk_unsigned to) {
+  if (from > to) return;
+  if (!Empty()) {
+    for (tolk_unsigned i = from; i <= to; ++i) Push(i);
+    return;
+  }
+  rangeLow = from;
+  rangeCount = to - from + 1;
+}
+
+tolk_unsigned tolk_IndexStack::Pop() {
+  TOLK_ASSERT(!Empty(), "no free index left to hand out");
+  if (!pushed.empty()) {
+    tolk_unsigned i = pushed.back();
+    pushed.pop_back();
+    return i;
+  }
+  --rangeCount;
+  return rangeLow + rangeCount;
+}
+
+void tolk_IndexStack::Clear() {
+  rangeCount = 0;
+  pushed.clear();
+  pushed.shrink_to_fit();
+}
 
 // ---------------------------------------------------------------------------------------------
 // Graph
@@ -266,14 +376,14 @@ void tolk_UAssocArray_Manager::DeregisterEdgeAssoc(const tolk_list_base_iter& h)
 namespace {
 
 template <class Resize>
-tolk_unsigned TakeIndex(tolk_STACK<tolk_unsigned>& freeIndices, Resize resize) {
+tolk_unsigned TakeIndex(tolk_IndexStack& freeIndices, Resize resize) {
   if (freeIndices.Empty()) resize();
   return freeIndices.Pop();
 }
 
 // Compacts once more than half of the index space is free.
 template <class Resize>
-void GiveIndexBack(tolk_STACK<tolk_unsigned>& freeIndices, tolk_unsigned maxIndex, tolk_unsigned i, Resize resize) {
+void GiveIndexBack(tolk_IndexStack& freeIndices, tolk_unsigned maxIndex, tolk_unsigned i, Resize resize) {
   freeIndices.Push(i);
   if (static_cast<tolk_unsigned>(freeIndices.Size()) > (maxIndex + 1) / 2) resize();
 }
@@ -287,7 +397,7 @@ void ResizeAll(AssocList& arrays, tolk_unsigned** names, tolk_unsigned used, tol
 // space is compacted: every array moves to the numbering of collectNames (the live
 // elements' indices, in list order), which then becomes the elements' own.
 template <class AssocList, class CollectNames>
-void ResizeIndexSpace(AssocList& arrays, tolk_STACK<tolk_unsigned>& freeIndices, tolk_unsigned& maxIndex,
+void ResizeIndexSpace(AssocList& arrays, tolk_IndexStack& freeIndices, tolk_unsigned& maxIndex,
                       tolk_unsigned used, CollectNames collectNames) {
   const tolk_unsigned newMax = GrownLimit(used);
   if (!freeIndices.Empty()) {

@@ -1,8 +1,9 @@
 // Undirected multigraph with ordered node and incidence lists, and dense node and edge arrays.
 #pragma once
 
+#include <vector>
+
 #include "tolk/comparators.h"
-#include "tolk/dqueue.h"
 #include "tolk/list.h"
 #include "tolk/types.h"
 
@@ -11,14 +12,18 @@ class tolk_UAssocArray_Manager;
 class tolk_UNodeAssoc_base;
 class tolk_UEdgeAssoc_base;
 
-// Index value of a node that no manager has numbered, and the id of every B link.
+// Index value of a node that no manager has numbered, and the id a B link starts with.
 inline constexpr tolk_unsigned tolk_UNNAMED = ~tolk_unsigned(0);
 
 // One end of an edge as it sits in a node's incidence list. The A link carries the
-// edge's index; the B link carries all ones, which is how a link knows its side.
+// edge's index; the B link's id has its top bit set, which is how a link knows its side
+// (edge indexes never reach that bit). The bits below it are the edge's own to use:
+// a derived graph may keep the kind of its edge records there.
 struct tolk_uedge_link : tolk_list_link {
+  static constexpr tolk_unsigned kBlinkMark = tolk_unsigned(1) << 63;
+
   tolk_unsigned id = 0;
-  bool IsBlink() const { return id == tolk_UNNAMED; }
+  bool IsBlink() const { return (id & kBlinkMark) != 0; }
 };
 
 // Distinct types for the two links so that the edge is reached from either one by a
@@ -26,8 +31,35 @@ struct tolk_uedge_link : tolk_list_link {
 struct tolk_uedge_alink : tolk_uedge_link {};
 struct tolk_uedge_blink : tolk_uedge_link {};
 
-// A node's incidence list.
-class tolk_uedge_list : public tolk_list_base {};
+// A node's incidence list. Every node of a model has one, so its head is a single pointer:
+// the first link's `last` and the last link's `next` point to tolk_list_base_iter's shared
+// end link, which points to itself and is never written. Positions in it therefore walk,
+// step back and end exactly as in a tolk_list_base. Appending and counting walk the list.
+class tolk_uedge_list {
+ public:
+  tolk_uedge_list() = default;
+  tolk_uedge_list(const tolk_uedge_list&) = delete;
+  tolk_uedge_list& operator=(const tolk_uedge_list&) = delete;
+
+  tolk_list_base_iter First() const { return tolk_list_base_iter(first); }
+  tolk_list_base_iter Last() const;
+  bool Empty() const { return first == End(); }
+  tolk_signed Size() const;
+
+  void RawInsert(tolk_list_link* link);
+  void RawAppend(tolk_list_link* link);
+  // At an end position, inserts at the front.
+  void RawInsertAfter(tolk_list_link* link, tolk_list_base_iter it);
+  // Unlinks the element at it and hands it back; null (and no change) at an end position.
+  tolk_list_link* RawRemove(tolk_list_base_iter it);
+  // As tolk_list_base::RawSort.
+  void RawSort(tolk_list_base_iter& from, tolk_list_base_iter& to, tolk_list_linkcmp cmp, const void* ctx);
+
+ private:
+  static tolk_list_link* End() { return tolk_list_base_iter::EndLink(); }
+
+  tolk_list_link* first = End();
+};
 
 struct tolk_unode_link : tolk_list_link {
   tolk_uedge_list elist;
@@ -195,6 +227,26 @@ class tolk_UEdgeAssoc_base : public tolk_UAssocArray_base {
   static tolk_unsigned IndexLimit(const tolk_ugraph_base& g) { return g.GetMaxEdgeName(); }
 };
 
+// The free indices of one index space, handed out last in, first out. The indices that
+// growth adds are pushed in ascending order and popped from the top, so they are kept as
+// one range; indices given back one at a time lie above it. Holds O(1) memory for a
+// space that only grows, where a stack of single indices would hold a third of it.
+class tolk_IndexStack {
+ public:
+  bool Empty() const { return pushed.empty() && rangeCount == 0; }
+  tolk_signed Size() const { return static_cast<tolk_signed>(pushed.size() + rangeCount); }
+  void Push(tolk_unsigned i) { pushed.push_back(i); }
+  // The same as Push(from), Push(from + 1), ..., Push(to).
+  void PushRange(tolk_unsigned from, tolk_unsigned to);
+  tolk_unsigned Pop();
+  void Clear();
+
+ private:
+  tolk_unsigned rangeLow = 0;    // the range holds rangeLow ... rangeLow + rangeCount - 1
+  tolk_unsigned rangeCount = 0;  // and lies below every index in pushed
+  std::vector<tolk_unsigned> pushed;
+};
+
 // Numbers a graph's nodes and edges densely for the arrays attached to it. Free
 // indices are handed out largest first; index spaces grow by 1.3 and are compacted
 // (renumbered in list order) when more than half of them is free.
@@ -203,8 +255,8 @@ class tolk_UAssocArray_Manager {
   tolk_ugraph_base* pG;
   tolk_LIST<tolk_UNodeAssoc_base*> NodeAssocList;
   tolk_LIST<tolk_UEdgeAssoc_base*> EdgeAssocList;
-  tolk_STACK<tolk_unsigned> freeNodeIndices;
-  tolk_STACK<tolk_unsigned> freeEdgeIndices;
+  tolk_IndexStack freeNodeIndices;
+  tolk_IndexStack freeEdgeIndices;
   tolk_unsigned maxNodeIndex = 0;
   tolk_unsigned maxEdgeIndex = 0;
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <utility>
+#include <vector>
 
 #include "grid/grid.h"
 #include "grid_helpers.h"
@@ -56,6 +57,26 @@ TEST(GridEntityProps, NewestFirstWithDuplicateKeys) {
   EXPECT_EQ(EntityProps(m), (KeyValues{{6, 9}}));
   EXPECT_TRUE(m.gm.IsEnd(m.gm.GetProperty(m.ckt, m.p1, 5)));
   EXPECT_EQ(m.gm.RemoveProperty(m.ckt, m.p2, m.gm.GetFirstProperty(m.ckt, m.p2)), 1);
+}
+
+// The lists live in the definition's node slot array, which moves when entities come
+// (growth) and go (compaction); positions handed out before stay good.
+TEST(GridEntityProps, ListsFollowTheirEntitiesWhenSlotsMove) {
+  Model m;
+  ZELT_Grid_PropIter first = m.gm.AddProperty(m.ckt, m.p1, 5, ZELT_Grid_PropData(1));
+  m.gm.AddProperty(m.ckt, m.p2, 5, ZELT_Grid_PropData(2));
+  std::vector<ZELT_Grid_EntityIter> added;
+  for (long id = 100; id < 1100; ++id) {
+    added.push_back(m.gm.AddConnNode(m.ckt, id, nullptr));
+    m.gm.AddProperty(m.ckt, added.back(), 7, ZELT_Grid_PropData(static_cast<int>(id)));
+  }
+  EXPECT_EQ(m.gm.GetPropertyValue(m.ckt, m.p1, first).QInt32(), 1);
+  m.gm.AddProperty(m.ckt, m.p1, 6, ZELT_Grid_PropData(3));
+  for (const ZELT_Grid_EntityIter& e : added) m.gm.RemoveConnNode(m.ckt, e);
+  EXPECT_EQ(EntityProps(m), (KeyValues{{6, 3}, {5, 1}}));
+  EXPECT_EQ(m.gm.GetPropertyValue(m.ckt, m.p2, m.gm.GetProperty(m.ckt, m.p2, 5)).QInt32(), 2);
+  ZELT_Grid_EntityIter late = m.gm.AddConnNode(m.ckt, 2000, nullptr);  // a reused slot starts empty
+  EXPECT_TRUE(m.gm.IsEnd(m.gm.GetFirstProperty(m.ckt, late)));
 }
 
 TEST(GridDefProps, RemovalTakesOnlyTheEntryAtThePosition) {

@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <iterator>
 #include <map>
+#include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -158,6 +162,67 @@ TEST_F(SLOrientTest, SourcesInOneInstanceKeepItsPathAndInTwoWarn) {
   EXPECT_EQ(err, kDifferingDefsWarning);
   EXPECT_TRUE(OrientFrom({m.Path(top, "I1", "S"), m.Path(sub, "S2")}, sub_states, &err).empty());
   EXPECT_EQ(err, kDifferingDefsWarning);
+}
+
+// The pairs as the description gives them, from the public search with
+// VisitorSLOrient and an ordered map per connectivity node.
+Lines ReferencePairs(TestModel& m, ZELT_Grid_DefIter ckt, std::vector<ZELT_Grid_HEntity>& sources,
+                     const ZELT_Grid_CondStateSetSL& cst) {
+  ZELT_Grid& gm = m.gm;
+  ZELT_Grid_DefAssoc<long> depths(gm, ckt, -1);
+  ZELT_Grid_DefAssoc<bool> visited(gm, ckt, false), touched(gm, ckt, false);
+  VisitorSLOrient visitor(cst, depths);
+  ZELT_Grid_SLBFS_Base_Multi_Source(gm, sources, visitor, visited, touched);
+  Lines lines;
+  for (ZELT_Grid_EntityIter n = gm.GetFirstEntity(ckt); !gm.IsEnd(n); gm.NextEntity(ckt, n)) {
+    if (!gm.IsConnNode(ckt, n)) continue;
+    std::map<int32_t, ZELT_Grid_EntityIter> depth_to_entity;
+    for (ZELT_Grid_ConnectionIter c = gm.GetFirstConnection(ckt, n); !gm.IsEnd(c); gm.NextConnection(ckt, n, c)) {
+      ZELT_Grid_EntityIter x = gm.GetConOtherEnd(ckt, n, c);
+      depth_to_entity[static_cast<int32_t>(depths[x])] = x;
+    }
+    if (depth_to_entity.size() < 2) continue;
+    int32_t this_depth = depth_to_entity.begin()->first;
+    ZELT_Grid_EntityIter this_node = depth_to_entity.begin()->second;
+    for (auto it = std::next(depth_to_entity.begin()); it != depth_to_entity.end(); ++it) {
+      if (this_depth < 0) continue;
+      lines.push_back(m.Name(ckt, this_node) + " " + m.Name(ckt, it->second));
+      this_depth = it->first;
+      this_node = it->second;
+    }
+  }
+  return lines;
+}
+
+// Random circuits, states and sources: the orientation must answer as the plain
+// search with its four slot arrays does.
+TEST(SLOrientRandom, AgreesWithTheSearchAsDescribed) {
+  std::mt19937 rng(5);
+  for (int round = 0; round < 60; ++round) {
+    TestModel m;
+    ZELT_Grid_DefIter ckt = m.Circuit("Feeder");
+    const int nodes = 2 + static_cast<int>(rng() % 30), devices = 1 + static_cast<int>(rng() % 40);
+    std::ostringstream wiring;
+    for (int d = 0; d < devices; ++d) {
+      const int terminals = 1 + static_cast<int>(rng() % 3);
+      for (int t = 0; t < terminals; ++t) wiring << 'D' << d << '.' << t << "-N" << rng() % nodes << ' ';
+    }
+    m.Wire(ckt, wiring.str());
+    ZELT_Grid_CondStateSetSL cst(m.gm, ckt);
+    std::vector<ZELT_Grid_HEntity> sources;
+    for (ZELT_Grid_EntityIter e = m.gm.GetFirstEntity(ckt); !m.gm.IsEnd(e); m.gm.NextEntity(ckt, e)) {
+      const unsigned r = rng() % 10;
+      if (r == 0) cst.SetState(e, OFF);
+      if (r == 1) cst.SetState(e, ON);
+      if (r >= 8 || (r == 0 && rng() % 4 == 0)) sources.push_back(m.Path(ckt, m.Name(ckt, e)));
+    }
+    if (sources.empty()) sources.push_back(m.Path(ckt, "D0"));
+    std::vector<ZELT_Grid_HEntityPair> pairs;
+    ZELT_Grid_SLOrient(m.gm, sources, cst, pairs);
+    Lines lines;
+    for (const ZELT_Grid_HEntityPair& p : pairs) lines.push_back(m.Name(p.first).substr(7) + " " + m.Name(p.second).substr(7));
+    ASSERT_EQ(lines, ReferencePairs(m, ckt, sources, cst)) << "round " << round << ": " << wiring.str();
+  }
 }
 
 TEST_F(SLOrientTest, MakeHEntityReplacesOnlyTheLastStep) {

@@ -81,6 +81,43 @@ TEST(InstancePath, StorageGrowsAndShrinksInBlocksOfFour) {
   EXPECT_EQ(Path(p).GetSpace(), 0);
 }
 
+// A path of one step keeps it inside itself and longer ones on the heap; every copy,
+// move and assignment across that line must keep the steps and the capacity rules.
+TEST(InstancePath, StepsSurviveMovesBetweenInlineAndHeapStorage) {
+  Graph g;
+  tolk_UNode a = g.LeafNodeAppend({1}), b = g.LeafNodeAppend({2}), c = g.LeafNodeAppend({3});
+  Path one = P({{&g, a}});
+  EXPECT_EQ(one.GetSpace(), 4);
+  Path two(one);
+  two.Append(two);  // from its own single step onto the heap
+  EXPECT_EQ(Ids(two), (std::vector<int>{1, 1}));
+  two[1] = Path::Step(&g, b);
+
+  Path many = P({{&g, a}, {&g, b}, {&g, c}, {&g, a}, {&g, b}});
+  many = one;  // a long path takes a one-step value and the one-step capacity
+  EXPECT_EQ(Ids(many), std::vector<int>{1});
+  EXPECT_EQ(many.GetSpace(), 4);
+  one = two;
+  EXPECT_EQ(Ids(one), (std::vector<int>{1, 2}));
+  Path moved(std::move(one));
+  EXPECT_EQ(Ids(moved), (std::vector<int>{1, 2}));
+  EXPECT_EQ(one.GetLength() + one.GetSpace(), 0);
+  one = std::move(many);  // a one-step value moves without a heap array
+  EXPECT_EQ(Ids(one), std::vector<int>{1});
+  EXPECT_EQ(one.GetSpace(), 4);
+
+  Path nine = P({{&g, a}, {&g, b}, {&g, c}, {&g, a}, {&g, b}, {&g, c}, {&g, a}, {&g, b}, {&g, c}});
+  nine.CutToEnd(1);  // back inside the path, with the step it kept
+  EXPECT_EQ(nine.GetSpace(), 4);
+  EXPECT_EQ(nine, P({{&g, a}}));
+  nine.Append(&g, c);
+  EXPECT_EQ(Ids(nine), (std::vector<int>{1, 3}));
+  nine.Reset();  // keeps its small array: the next appends stay where they are
+  nine.Append(&g, b);
+  nine.Append(&g, c);
+  EXPECT_EQ(Ids(nine), (std::vector<int>{2, 3}));
+}
+
 //   D: leaves t1, t2, k;  t1 -d1- k,  t2 -d2- k
 //   C: leaves x, y; instances n, m of D
 //      x -c1- (n,t1)   (n,t2) -c2- (m,t1)   x -c3- y   (m,t2) -c4- y   (n,t1) -c5- (n,t2)
@@ -305,6 +342,27 @@ TEST(Hierarchy, DestructionReleasesGraphsThatInstantiateEachOther) {
   d->EdgeAppend({1}, P({{d, toA}}), P({{d, toA}, {a, a->FirstNode()}, {b, leaf}}));
   EXPECT_EQ(PrimeIds(*h), std::vector<int>{4});
   delete h;
+}
+
+// Abandoning lets go of every record at once; paths stored on the heap (here a
+// three-step path below an instance end) are released, which the leak checker watches.
+TEST(Hierarchy, AbandonedGraphsAreDeletedEmpty) {
+  Hierarchy h;
+  Graph* top = new Graph({1}, &h.Records());
+  Graph* mid = new Graph({2}, &h.Records());
+  Graph* low = new Graph({3}, &h.Records());
+  for (Graph* g : {top, mid, low}) h.AddScope(g);
+  tolk_UNode u = h.AddLeafNode(low, {1}, false);
+  tolk_UNode j = h.AddNode(mid, {2}, low, false);
+  tolk_UNode i = h.AddNode(top, {3}, mid, false), z = h.AddLeafNode(top, {4}, false);
+  top->EdgeAppend({1}, P({{top, i}, {mid, j}, {low, u}}), P({{top, z}}));
+  top->EdgeAppend({2}, P({{top, i}, {mid, j}, {low, u}}), P({{top, i}, {mid, j}, {low, u}}));
+  h.AbandonRecords();
+  for (Graph* g : {top, mid, low}) {
+    EXPECT_EQ(g->NumberOfNodes(), 0u);
+    EXPECT_EQ(g->NumberOfEdges(), 0u);
+    EXPECT_EQ(g->NumOfReps(), 0u);
+  }
 }
 
 // Instances added and deleted at random, and whole graphs deleted and replaced,

@@ -72,6 +72,84 @@ TEST(UGraph, EdgeMovesReorderOnlyTheNamedList) {
   EXPECT_EQ(tolk_ugraph_base::Degree(c), 0u);
 }
 
+namespace {
+
+// Orders edges by the index of their other end seen from `from`.
+class ByOtherEnd final : public tolk_Comparator<tolk_UEdge> {
+ public:
+  explicit ByOtherEnd(tolk_UNode from, const std::vector<tolk_UNode>& order) : from(from), order(order) {}
+  tolk_signed Compare(const tolk_UEdge& a, const tolk_UEdge& b) const override {
+    return Rank(a) - Rank(b);
+  }
+
+ private:
+  tolk_signed Rank(const tolk_UEdge& e) const {
+    return std::find(order.begin(), order.end(), tolk_ugraph_base::OtherEnd(from, e)) - order.begin();
+  }
+  tolk_UNode from;
+  const std::vector<tolk_UNode>& order;
+};
+
+}  // namespace
+
+// An incidence list is a single pointer ending on the shared end link: its first,
+// last and middle links must come and go without any list writing to that link.
+TEST(UGraph, IncidenceListsAppendRemoveAndSortAtEitherEnd) {
+  tolk_ugraph_base g;
+  tolk_UNode hub = g.NodeAppend(), a = g.NodeAppend(), b = g.NodeAppend(), c = g.NodeAppend();
+  tolk_UEdge toA = g.EdgeAppend(hub, a), toB = g.EdgeAppend(hub, b);
+  g.EdgeAppend(hub, c);
+  g.EdgeAppend(hub, a);
+  EXPECT_EQ(Neighbours(hub), (std::vector<tolk_UNode>{a, b, c, a}));
+  EXPECT_TRUE(tolk_UEdge(tolk_UEdge::First(hub)).Previous().End());
+  EXPECT_EQ(tolk_UEdge(tolk_UEdge::First(hub)).Previous(), tolk_UEdge());  // every end is alike
+
+  // Sorted by other end c, b, a: the two edges to a are equal and change places.
+  std::vector<tolk_UNode> order{c, b, a};
+  ByOtherEnd byOrder(hub, order);
+  tolk_UEdge from = tolk_UEdge::First(hub), to = from;
+  while (!tolk_UEdge(to).Next().End()) to.Next();
+  g.EdgeSort(hub, from, to, &byOrder);
+  EXPECT_EQ(Neighbours(hub), (std::vector<tolk_UNode>{c, b, a, a}));
+  EXPECT_EQ(tolk_UEdge(to).Edge(), toA.Edge());  // the earlier edge to a now comes last
+  EXPECT_TRUE(tolk_UEdge(to).Next().End());
+
+  g.EdgeDelete(tolk_UEdge::First(hub));  // the first link
+  g.EdgeDelete(toA);                      // the last link
+  EXPECT_EQ(Neighbours(hub), (std::vector<tolk_UNode>{b, a}));
+  g.EdgeDelete(toB);
+  EXPECT_EQ(tolk_ugraph_base::Degree(hub), 1u);
+  EXPECT_EQ(Neighbours(a), std::vector<tolk_UNode>{hub});
+}
+
+// The free-index stack keeps the indexes that growth adds as a range: its answers must
+// be those of a plain stack that had every index pushed one by one.
+TEST(UAssocArrays, FreeIndexStackAnswersLikeAPlainStack) {
+  std::mt19937 rng(11);
+  tolk_IndexStack stack;
+  std::vector<tolk_unsigned> model;
+  for (int step = 0; step < 5000; ++step) {
+    const unsigned r = rng() % 10;
+    if (r < 2) {
+      tolk_unsigned from = rng() % 100, to = from + rng() % 40;
+      stack.PushRange(from, to);
+      for (tolk_unsigned i = from; i <= to; ++i) model.push_back(i);
+    } else if (r < 4) {
+      tolk_unsigned i = rng() % 1000;
+      stack.Push(i);
+      model.push_back(i);
+    } else if (r < 9 && !model.empty()) {
+      ASSERT_EQ(stack.Pop(), model.back()) << "step " << step;
+      model.pop_back();
+    } else if (r == 9 && rng() % 20 == 0) {
+      stack.Clear();
+      model.clear();
+    }
+    ASSERT_EQ(stack.Size(), static_cast<tolk_signed>(model.size()));
+    ASSERT_EQ(stack.Empty(), model.empty());
+  }
+}
+
 TEST(UNodeAssoc, TenNodesGetFourteenSlotsAndGrowAtTheFifteenth) {
   tolk_ugraph_base g;
   for (int i = 0; i < 10; ++i) g.NodeAppend();
