@@ -71,14 +71,29 @@ void InitializeCondStateSetSL(ZELT_Grid_CondStateSetSL& cst, ZELT_Grid& gm, ZELT
 }
 
 bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs, const ZELT_Grid& gm, int& nedges) {
-  std::string line;
+  // Lines gather in a block of about kBlock bytes that goes out in one write.
+  constexpr size_t kBlock = 1 << 16;
+  std::string block;
+  block.reserve(kBlock + 1024);
+  auto flush = [&] {
+    const bool ok = fwrite(block.data(), 1, block.size(), edgefile) == block.size();
+    block.clear();
+    return ok;
+  };
+  int pending = 0;  // lines in the block, counted once it is written
   for (const ZELT_Grid_HEntityPair& pair : pairs) {
-    line = ZELT_Grid_Util::HEntToString(pair.first, gm);
-    line += ' ';
-    line += ZELT_Grid_Util::HEntToString(pair.second, gm);
-    line += '\n';
-    if (fwrite(line.data(), 1, line.size(), edgefile) != line.size()) return false;
-    ++nedges;
+    ZELT_Grid_Util::AppendHEnt(block, pair.first, gm);
+    block += ' ';
+    ZELT_Grid_Util::AppendHEnt(block, pair.second, gm);
+    block += '\n';
+    ++pending;
+    if (block.size() >= kBlock) {
+      if (!flush()) return false;
+      nedges += pending;
+      pending = 0;
+    }
   }
+  if (!flush()) return false;
+  nedges += pending;
   return true;
 }

@@ -15,7 +15,7 @@
 
 namespace {
 
-using Text = std::unique_ptr<char[]>;
+using Text = std::unique_ptr<char[], gdf_TextFree>;
 
 // A terminal of a connection: (instance or none, terminal name), or
 // (instance, terminal number) until the number is written out.

@@ -23,6 +23,7 @@ const char* gdf_token_name(int code);
 #include <cstring>
 
 #include "gdf/gdf_actions.h"
+#include "gdf/gdf_scan.h"
 
 // A check or action that reported an error ends the parse; nothing recovers.
 #define CHECK(ok) \
@@ -40,7 +41,7 @@ const char* gdf_token_name(int code);
    a few of them. */
 
 /* Semantic values. The tokenizer fills strval, ival and dval; texts are heap
-   arrays owned by whoever consumes the token and released with delete[]. */
+   arrays owned by whoever consumes the token and released with gdf_text_free. */
 %union {
   char* strval;
   int64_t ival;
@@ -71,7 +72,7 @@ const char* gdf_token_name(int code);
 /* Texts still on the stack when the parse stops are released here. A rule's
    final action owns the texts of its right-hand side; mid-rule actions only
    borrow them. */
-%destructor { delete[] $$; } <strval>
+%destructor { gdf_text_free($$); } <strval>
 
 %%
 

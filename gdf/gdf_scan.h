@@ -22,8 +22,16 @@ void gdf_scan_terminate();
 // Returns the next token's code (0 at end of input, and for a NUL byte between
 // tokens; GDF_error once when reading the stream failed) and leaves its value
 // in gdf_lval. A text in gdf_lval.strval belongs
-// to the caller, who releases it with delete[].
+// to the caller, who releases it with gdf_text_free.
 int gdf_lex();
+
+// Token texts: room for length characters and a NUL. They come from a pool of
+// blocks that are reused at once, since a text rarely outlives its statement.
+char* gdf_text_new(size_t length);
+void gdf_text_free(char* text);
+struct gdf_TextFree {
+  void operator()(char* text) const { gdf_text_free(text); }
+};
 // Called by gdf_lex at the end of an input: 1 to finish, 0 to go on. C
 // linkage, as the generated scanner declares it.
 extern "C" int gdf_wrap();

@@ -12,7 +12,7 @@ static gdf_Token take_token(int code) {
   token.code = code;
   if (gdf_token_has_text(code)) {
     token.text = gdf_lval.strval;
-    delete[] gdf_lval.strval;
+    gdf_text_free(gdf_lval.strval);
   } else if (code == GDF_INT32 || code == GDF_INT64) {
     token.ival = gdf_lval.ival;
   } else if (code == GDF_DBL) {

@@ -20,6 +20,8 @@
 //   uint64_t Hash(const Key&) const   low bits choose the slot, the top 16 bits are the tag
 //   Key KeyOf(const tolk_list_link*) const
 //   bool Same(const Key&, const Key&) const
+// and, where the key lies outside the record, may supply
+//   void PrefetchKey(const tolk_list_link*) const   starts fetching what KeyOf and Hash will read
 template <class Traits>
 class ZELT_Grid_LinkIndex {
  public:
@@ -93,7 +95,9 @@ class ZELT_Grid_LinkIndex {
     return (Tag(hash) << kTagShift) | bits;
   }
 
-  // Keys are read back from the records to place the entries in the larger table.
+  // Keys are read back from the records to place the entries in the larger table. The
+  // records lie anywhere in memory: those of entries further on are fetched early (the
+  // record, then what its key points to), so that the misses overlap instead of queueing.
   void Grow() {
     const size_t oldCapacity = Capacity();
     uint64_t* old = _slots;
@@ -101,7 +105,13 @@ class ZELT_Grid_LinkIndex {
     _slots = static_cast<uint64_t*>(tolk_AllocateLarge(capacity * sizeof(uint64_t)));
     memset(_slots, 0, capacity * sizeof(uint64_t));
     _mask = capacity - 1;
+    constexpr size_t kRecordsAhead = 16, kKeysAhead = 8;
     for (size_t k = 0; k < oldCapacity; ++k) {
+      if (k + kRecordsAhead < oldCapacity && old[k + kRecordsAhead] != 0)
+        __builtin_prefetch(LinkOf(old[k + kRecordsAhead]));
+      if constexpr (requires(const tolk_list_link* link) { _traits.PrefetchKey(link); }) {
+        if (k + kKeysAhead < oldCapacity && old[k + kKeysAhead] != 0) _traits.PrefetchKey(LinkOf(old[k + kKeysAhead]));
+      }
       if (old[k] == 0) continue;
       size_t i = _traits.Hash(_traits.KeyOf(LinkOf(old[k]))) & _mask;
       while (_slots[i] != 0) i = (i + 1) & _mask;

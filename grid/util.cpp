@@ -19,14 +19,18 @@ ZELT_Grid_DefIter LeafDef(const ZELT_Grid_ConnInstance& c) { return c.GetLeafSco
 
 std::string ZELT_Grid_Util::HEntToString(const ZELT_Grid_HEntity& I, const ZELT_Grid& gm) {
   std::string out;
-  if (I.GetLength() == 0) return out;
+  AppendHEnt(out, I, gm);
+  return out;
+}
+
+void ZELT_Grid_Util::AppendHEnt(std::string& out, const ZELT_Grid_HEntity& I, const ZELT_Grid& gm) {
+  if (I.GetLength() == 0) return;
   AppendName(out, gm.GetDefName(gm.GetDefIt(I[0])));
   for (int i = 0; i < I.GetLength(); ++i) {
     ZELT_Grid_HEntityStep step = I[i];
     out += '.';
     AppendName(out, gm.GetEntityName(gm.GetDefIt(step), gm.GetEntIt(step)));
   }
-  return out;
 }
 
 void ZELT_Grid_Util::PrintHEnt(const ZELT_Grid_HEntity& I, FILE* fp, const ZELT_Grid& gm) {

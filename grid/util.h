@@ -12,6 +12,8 @@ class ZELT_Grid_Util {
   // "Def.ent1.ent2": the definition name of step 0, then every step's entity
   // name; "{}" stands for a missing name. An empty path gives "".
   static std::string HEntToString(const ZELT_Grid_HEntity& I, const ZELT_Grid& gm);
+  // The same name path appended to out.
+  static void AppendHEnt(std::string& out, const ZELT_Grid_HEntity& I, const ZELT_Grid& gm);
   // Writes the name path to fp (no line end).
   static void PrintHEnt(const ZELT_Grid_HEntity& I, FILE* fp, const ZELT_Grid& gm);
   // Sets instpath to the id path "defid.entid1.entid2", every id as its low 32

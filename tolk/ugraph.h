@@ -1,6 +1,9 @@
 // Undirected multigraph with ordered node and incidence lists, and dense node and edge arrays.
 #pragma once
 
+#include <cstdlib>
+#include <new>
+#include <type_traits>
 #include <vector>
 
 #include "tolk/comparators.h"
@@ -286,6 +289,9 @@ class tolk_UAssocArray_Manager {
 };
 
 // The slot array shared by node and edge arrays: one T per index, resized by the manager.
+// Slots of a type that can be moved bytewise grow with realloc, which remaps a large
+// array instead of copying it: the pages already touched stay, and a graph that grows
+// by 1.3 at a time does not touch its whole history of arrays again.
 template <class T, class Base>
 class tolk_uassoc_slots : public Base {
  public:
@@ -294,21 +300,51 @@ class tolk_uassoc_slots : public Base {
 
   explicit tolk_uassoc_slots(tolk_ugraph_base& g) : Base(g) {
     size = Base::IndexLimit(g) + 1;
-    p = new T[size];
+    p = NewSlots(size);
   }
-  ~tolk_uassoc_slots() override { delete[] p; }
+  ~tolk_uassoc_slots() override { FreeSlots(p); }
 
   void Resize(tolk_unsigned** names, tolk_unsigned used, tolk_unsigned newMax) override {
     if (size < used) return;
-    T* q = new T[newMax + 1];
+    if constexpr (kBytewise) {
+      if (size == used) {
+        T* q = static_cast<T*>(realloc(p, (size_t(newMax) + 1) * sizeof(T)));
+        if (q == nullptr) throw std::bad_alloc();
+        for (tolk_unsigned i = size; i <= newMax; ++i) ::new (q + i) T;
+        p = q;
+        size = newMax + 1;
+        return;
+      }
+    }
+    T* q = NewSlots(newMax + 1);
     if (size > used) {
       for (tolk_unsigned i = 0; i < used; ++i) q[i] = p[*names[i]];
     } else {
       for (tolk_unsigned i = 0; i < size; ++i) q[i] = p[i];
     }
-    delete[] p;
+    FreeSlots(p);
     p = q;
     size = newMax + 1;
+  }
+
+ private:
+  static constexpr bool kBytewise = std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>;
+
+  static T* NewSlots(tolk_unsigned n) {
+    if constexpr (kBytewise) {
+      T* q = static_cast<T*>(malloc(size_t(n) * sizeof(T)));
+      if (q == nullptr) throw std::bad_alloc();
+      for (tolk_unsigned i = 0; i < n; ++i) ::new (q + i) T;
+      return q;
+    } else {
+      return new T[n];
+    }
+  }
+  static void FreeSlots(T* slots) {
+    if constexpr (kBytewise)
+      free(slots);
+    else
+      delete[] slots;
   }
 };
 

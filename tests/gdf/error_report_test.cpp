@@ -13,7 +13,7 @@ namespace {
 std::string ReportAfter(std::string_view text, int count, const char* message) {
   gdf_scan_init(text.data(), text.size());
   for (int i = 0; i < count; ++i)
-    if (gdf_token_has_text(gdf_lex())) delete[] gdf_lval.strval;
+    if (gdf_token_has_text(gdf_lex())) gdf_text_free(gdf_lval.strval);
   testing::internal::CaptureStderr();
   gdf_error(message);
   std::string report = testing::internal::GetCapturedStderr();

@@ -15,7 +15,7 @@ double SecondsToScan(const std::string& text) {
   const auto start = std::chrono::steady_clock::now();
   gdf_scan_init(text.data(), text.size());
   for (int code; (code = gdf_lex()) != 0 || !gdf_scan_finished();)
-    if (gdf_token_has_text(code)) delete[] gdf_lval.strval;
+    if (gdf_token_has_text(code)) gdf_text_free(gdf_lval.strval);
   gdf_scan_terminate();
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -70,7 +70,7 @@ TEST(LexerRobustnessTest, AHugeTokenFromAStreamScansInLinearTime) {
   gdf_scan_init(stream);
   ASSERT_EQ(gdf_lex(), GDF_ID);
   EXPECT_EQ(strlen(gdf_lval.strval), text.size());
-  delete[] gdf_lval.strval;
+  gdf_text_free(gdf_lval.strval);
   EXPECT_EQ(gdf_lex(), GDF_EOL);
   EXPECT_EQ(gdf_lex(), 0);
   gdf_scan_terminate();
