@@ -178,15 +178,6 @@ TEST(HGraph, FlattenedWalkGivesOwnEdgesThenVirtualConnections) {
   EXPECT_EQ(h.C.Value(w.GetEdge()).id, 204);
 }
 
-TEST(HGraph, NodeDeleteRemovesConnectionsReachingTheNodeFromAbove) {
-  TwoLevels h;
-  h.D.NodeDelete(h.t1);  // c1, c2 and the loop c5 reached t1
-  EXPECT_EQ(EdgeIds(h.C, h.x), std::vector<int>{203});
-  EXPECT_EQ(EdgeIds(h.C, h.n), std::vector<int>{});
-  EXPECT_EQ(EdgeIds(h.C, h.m), std::vector<int>{204});
-  EXPECT_EQ(h.D.NumberOfEdges(), 1u);
-}
-
 namespace {
 
 typedef std::map<std::vector<int>, std::multiset<std::pair<int, std::vector<int>>>> FlatEdges;
@@ -321,27 +312,6 @@ TEST(Hierarchy, DestructionReleasesGraphsThatInstantiateEachOther) {
   d->EdgeAppend({1}, P({{d, toA}}), P({{d, toA}, {a, a->FirstNode()}, {b, leaf}}));
   EXPECT_EQ(PrimeIds(*h), std::vector<int>{4});
   delete h;
-}
-
-// Abandoning lets go of every record at once; paths stored on the heap (here a
-// three-step path below an instance end) are released, which the leak checker watches.
-TEST(Hierarchy, AbandonedGraphsAreDeletedEmpty) {
-  Hierarchy h;
-  Graph* top = new Graph({1}, &h.Records());
-  Graph* mid = new Graph({2}, &h.Records());
-  Graph* low = new Graph({3}, &h.Records());
-  for (Graph* g : {top, mid, low}) h.AddScope(g);
-  tolk_UNode u = h.AddLeafNode(low, {1}, false);
-  tolk_UNode j = h.AddNode(mid, {2}, low, false);
-  tolk_UNode i = h.AddNode(top, {3}, mid, false), z = h.AddLeafNode(top, {4}, false);
-  top->EdgeAppend({1}, P({{top, i}, {mid, j}, {low, u}}), P({{top, z}}));
-  top->EdgeAppend({2}, P({{top, i}, {mid, j}, {low, u}}), P({{top, i}, {mid, j}, {low, u}}));
-  h.AbandonRecords();
-  for (Graph* g : {top, mid, low}) {
-    EXPECT_EQ(g->NumberOfNodes(), 0u);
-    EXPECT_EQ(g->NumberOfEdges(), 0u);
-    EXPECT_EQ(g->NumOfReps(), 0u);
-  }
 }
 
 // Instances added and deleted at random, and whole graphs deleted and replaced,

@@ -205,21 +205,6 @@ TEST(SListTest, InsertionsAndDeletionsKeepTheBackLinks) {
   ExpectTerminatorUntouched();
 }
 
-TEST(SListTest, TransfersAppendToTheOtherList) {
-  tolk_SLIST<int> a, b;
-  for (int i = 4; i >= 1; --i) a.Insert(i);
-  b.Insert(9);
-  a.TransferItem(b, a.First().Next());
-  EXPECT_EQ(Checked(a), (std::vector<int>{1, 3, 4}));
-  EXPECT_EQ(Checked(b), (std::vector<int>{9, 2}));
-  a.TransferList(b);
-  EXPECT_TRUE(a.Empty());
-  EXPECT_EQ(Checked(b), (std::vector<int>{9, 2, 1, 3, 4}));
-  b.TransferList(a);
-  EXPECT_EQ(Checked(a), (std::vector<int>{9, 2, 1, 3, 4}));
-  ExpectTerminatorUntouched();
-}
-
 TEST(SListTest, SortReversesEqualElementsAndCopiesAreDeep) {
   tolk_SLIST<int> l;
   l.Sort(&intCmp);

@@ -89,29 +89,6 @@ TEST(PatriciaTest, DrainThroughSomeKeyAndDestroyWithEntries) {
   for (uint64_t k = 0; k < 1000; ++k) left_full.Insert(k * 7919, Text(k));
 }
 
-// The untyped trie links caller-made nodes; its Delete answers 1 when it removed.
-TEST(PatriciaTest, UntypedTrieConventions) {
-  static int released = 0;
-  struct Node : tolk_patbase_node {
-    explicit Node(uint32_t k) : lkey(k) { key = reinterpret_cast<unsigned char*>(&lkey); }
-    uint32_t lkey;
-  };
-  tolk_patbase trie(sizeof(uint32_t), [](tolk_patbase_node* n) {
-    ++released;
-    delete static_cast<Node*>(n);
-  });
-  Node a(0x0100), again(0x0100);
-  EXPECT_EQ(trie.Insert(&a), nullptr);
-  EXPECT_EQ(trie.Insert(&again), &a);
-  trie.Insert(new Node(0x0500));
-  uint32_t gone = 0x0500;
-  EXPECT_EQ(trie.Delete(reinterpret_cast<unsigned char*>(&gone)), 1);
-  EXPECT_EQ(trie.Delete(reinterpret_cast<unsigned char*>(&gone)), 0);
-  EXPECT_EQ(released, 1);
-  EXPECT_EQ(trie.Remove(a.key), &a);
-  EXPECT_EQ(trie.getsomekey(), nullptr);
-}
-
 // Random operations over a key pool mixing small values, the zero key, keys apart
 // only in the highest byte and full-width random keys; the trie must agree with
 // std::map after every step and keep its shape.

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
 namespace {
@@ -118,16 +116,6 @@ TEST(PropertyTest, TextForms) {
   EXPECT_EQ(TextOf(empty), "[int32_set, 0, []]");
   EXPECT_EQ(TextOf(P()) + TextOf(vec), "");
   EXPECT_EQ(TextOf(P(1e300)).size(), std::string("[float64, ]").size() + 301 + 7);
-
-  char* buffer = nullptr;
-  size_t size = 0;
-  FILE* fp = open_memstream(&buffer, &size);
-  ASSERT_NE(fp, nullptr);
-  c.WriteText(fp);
-  P(1).WriteText(fp);
-  fclose(fp);
-  EXPECT_EQ(std::string(buffer, size), TextOf(c) + "[int32, 1]");
-  free(buffer);
 }
 
 #define EXPECT_CHECK(statement, message) EXPECT_EXIT(statement, testing::KilledBySignal(SIGINT), message)

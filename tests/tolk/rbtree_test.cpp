@@ -231,22 +231,3 @@ TYPED_TEST(BothFamilies, PositionsSurviveRemovalOfTwoChildNodes) {
     }
   }
 }
-
-// The untyped operations of the virtual family work on caller-made nodes and compare through Compare.
-TEST(RBTreeBaseTest, NodeOperationsOnCallerNodes) {
-  VTree t(&intCmp);
-  tolk_RBTree_base& base = t;
-  typedef tolk_RBNODE<int, int> Node;
-  Node a(10, 1), b(20, 2), dup(10, 3), probe(15, 0);
-  EXPECT_EQ(base.Insert(&a), nullptr);
-  EXPECT_EQ(base.Insert(&b), nullptr);
-  EXPECT_EQ(base.Insert(&dup), &a);
-  EXPECT_EQ(base.Search(&dup), &a);
-  EXPECT_EQ(base.Search(&probe), nullptr);
-  EXPECT_EQ(base.PredSearch(&probe), &a);
-  EXPECT_EQ(base.SuccSearch(&probe), &b);
-  EXPECT_EQ(base.Remove(&probe), nullptr);
-  EXPECT_EQ(base.Remove(&dup), &a);
-  EXPECT_EQ(base.Remove(tolk_RBTreeIter(&b)), &b);
-  EXPECT_TRUE(t.Empty());
-}
