@@ -1,4 +1,4 @@
-"""Puts bench/ on the import path and names the sample feeders shared by the bench tests."""
+"""Puts bench/ on the import path and names the sample feeders and the feedwalk program the bench tests use."""
 
 import os
 import sys
@@ -7,6 +7,7 @@ import tempfile
 ROOT = os.environ.get("FEEDWALK_SOURCE") or os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 BENCH = os.path.join(ROOT, "bench")
 SAMPLES = os.environ.get("FEEDWALK_SAMPLES", "/work/shared/data/feeders")
+FEEDWALK = os.environ.get("FEEDWALK_BIN") if os.path.exists(os.environ.get("FEEDWALK_BIN", "")) else None
 sys.path.insert(0, BENCH)
 
 try:

@@ -1,15 +1,18 @@
-"""Tests of the networkx peer: numbering, silencing, chains and the command line."""
+"""Tests of the networkx peer: numbering, silencing, chains, the command line and agreement with feedwalk."""
 
 import contextlib
 import io
 import os
+import subprocess
 import unittest
 from unittest import mock
 
 import benchpath
 
+import compare_edges
 import edgefile
 import gdf_to_edges
+import gen_feeder
 import peer_networkx as peer
 
 # S is a breaker on node N; lines A and B hang on N, A before B in N's list.
@@ -58,9 +61,6 @@ class OrientationTest(benchpath.TempDir, unittest.TestCase):
         self.assertEqual(self.numbers(edges), [0, 2, 3, 1])
         self.assertEqual(self.lines(WORKED), ["S A", "A B"])
 
-    def test_incidence_order_decides_numbering(self):
-        self.assertEqual(self.lines(WORKED.replace("N UNSET N 1 2 0", "N UNSET N 2 1 0")), ["S B", "B A"])
-
     def test_off_switch_on_node_silences_it_and_is_not_numbered(self):
         text = WORKED.replace("4 3", "5 4").replace("N UNSET N 1 2 0", "N UNSET N 1 2 4 0") + "I OFF C 3\n"
         self.assertEqual(self.numbers(self.edges(text))[4], peer.UNREACHED)
@@ -68,14 +68,6 @@ class OrientationTest(benchpath.TempDir, unittest.TestCase):
 
     def test_off_source_is_still_searched(self):
         self.assertEqual(self.lines(WORKED.replace("B UNSET S", "B OFF S")), ["S A", "A B"])
-
-    def test_no_breaker_gives_nothing(self):
-        self.assertEqual(self.lines(WORKED.replace("B UNSET S", "I UNSET S")), [])
-
-    def test_two_sources_number_level_by_level_through_a_loop(self):
-        edges = self.edges(TWO_SOURCES)
-        self.assertEqual(self.numbers(edges), [0, 1, 4, 5, 7, 2, 3, 6])
-        self.assertEqual(self.lines(TWO_SOURCES), ["S1 L1", "S2 L2", "L1 L2", "L2 L3"])
 
     def test_chain_follows_finishing_numbers_not_list_order(self):
         # N's neighbours finished as 12, 4 and 9: the chain is 4 -> 9 -> 12.
@@ -87,10 +79,6 @@ class OrientationTest(benchpath.TempDir, unittest.TestCase):
         # A line with both terminals on N, beside the breaker: one entry per entity.
         text = "fwedges 1 F 3 3\nB UNSET S 2\nI UNSET L 2 2\nN UNSET N 1 1 0\n"
         self.assertEqual(self.lines(text), ["S L"])
-
-    def test_node_with_unreached_neighbours_gives_nothing(self):
-        text = WORKED.replace("4 3", "7 5") + "I UNSET X 6\nI UNSET Y 6\nN UNSET M 5 4\n"
-        self.assertEqual(self.lines(text), ["S A", "A B"])
 
     def test_main_writes_prefixed_lines_and_profile(self):
         out = self.path("out.txt")
@@ -109,33 +97,37 @@ class OrientationTest(benchpath.TempDir, unittest.TestCase):
             self.assertEqual(peer.main(["peer"]), 8)
 
 
-# Entities reached from the breakers, as the feeders' README counts them.
-REACHED = {"ieee13.gdf": 53, "ieee34.gdf": 150, "ieee37.gdf": 112, "ieee123.gdf": 360, "ieee8500.gdf": 11015}
+@unittest.skipUnless(benchpath.HAVE_NETWORKX and benchpath.FEEDWALK, "networkx or the feedwalk program is missing")
+class AgreementTest(benchpath.TempDir, unittest.TestCase):
+    """The peer writes feedwalk's lines in feedwalk's order, on bundled feeders and on generated ones."""
 
+    def assert_agree(self, gdf):
+        ours, theirs, edges = self.path("feedwalk.out"), self.path("peer.out"), self.path("m.edges")
+        run = subprocess.run([benchpath.FEEDWALK, gdf, ours], capture_output=True, text=True)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        with contextlib.redirect_stderr(io.StringIO()):
+            self.assertEqual(gdf_to_edges.main(["g2e", gdf, edges]), 0)
+            self.assertEqual(peer.main(["peer", edges, theirs]), 0)
+        status, report = compare_edges.compare(compare_edges.read_lines(ours), compare_edges.read_lines(theirs))
+        self.assertEqual(status, compare_edges.SAME, "\n".join(report))
+        return compare_edges.read_lines(ours)
 
-@unittest.skipUnless(benchpath.HAVE_NETWORKX, "networkx is not installed")
-class SampleFeederTest(benchpath.TempDir, unittest.TestCase):
-    def sample_edges(self, name):
-        path = benchpath.sample(name)
-        if path is None:
-            self.skipTest(f"{name} is not on this machine")
-        out = self.path(name + ".edges")
-        gdf_to_edges.write_edges(gdf_to_edges.read_gdf(path), out)
-        return edgefile.read(out)
+    def test_bundled_feeders(self):
+        for path in (os.path.join(benchpath.ROOT, "tests", "driver", "data", "ieee13.gdf"),
+                     os.path.join(benchpath.ROOT, "examples", "ieee123.gdf"),
+                     os.path.join(benchpath.ROOT, "examples", "small_feeder.gdf")):
+            with self.subTest(path):
+                self.assertTrue(self.assert_agree(path))
 
-    def test_reached_entities_match_the_readme(self):
-        for name, reached in REACHED.items():
-            with self.subTest(name):
-                edges = self.sample_edges(name)
-                numbers = peer.finishing_numbers(peer.build_graph(edges), edges.sources())
-                self.assertEqual(sum(n >= 0 for n in numbers), reached)
-
-    def test_ieee13_output_starts_at_the_breaker(self):
-        edges = self.sample_edges("ieee13.gdf")
-        pairs = peer.orient(edges)
-        self.assertEqual(len(pairs), edges.n_connections - edges.kinds.count("N"))  # all reached, no repeats
-        first = [f"{edges.names[a]} {edges.names[b]}" for a, b in pairs[:4]]
-        self.assertEqual(first, ["BRK_source VS_source", "BRK_source T_sub", "T_sub RG_reg3", "RG_reg3 RG_reg2"])
+    # Several breakers, open ties closing loops between their trees, nested circuits.
+    def test_generated_feeders(self):
+        for devices, breakers, seed in ((400, 1, 1), (3000, 4, 2)):
+            with self.subTest(devices=devices, breakers=breakers):
+                gdf = self.path("gen.gdf")
+                argv = ["--devices", str(devices), "--breakers", str(breakers), "--seed", str(seed),
+                        "--out", gdf, "--edges", self.path("gen.edges")]
+                self.assertEqual(gen_feeder.main(argv), 0)
+                self.assertTrue(self.assert_agree(gdf))
 
 
 if __name__ == "__main__":

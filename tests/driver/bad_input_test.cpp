@@ -88,11 +88,16 @@ TEST_F(FeedwalkBadInputTest, InputsThatOpenButCannotBeReadEndWithStatus8) {
   EXPECT_EQ(run.err, "ERROR feedwalk: Could not read input GDF file /proc/self/mem (Input/output error).\n");
 }
 
-TEST_F(FeedwalkBadInputTest, UnreadableInputCannotBeOpened) {
-  if (geteuid() == 0) GTEST_SKIP() << "permissions do not stop root";
+TEST_F(FeedwalkBadInputTest, InputsThatCannotBeOpenedEndWithStatus8AndNoOutputFile) {
+  RunResult run = Run("missing.gdf", "out.edges");
+  EXPECT_EQ(run.status, 8);
+  EXPECT_EQ(run.err, "ERROR feedwalk: Could not open input GDF file missing.gdf.\n");
+  EXPECT_FALSE(fs::exists(dir / "out.edges"));  // the input is opened first
+
+  if (geteuid() == 0) return;  // permissions do not stop root
   Write("locked.gdf", SmallFeeder());
   fs::permissions(dir / "locked.gdf", fs::perms::none);
-  RunResult run = Run("locked.gdf", "out.edges");
+  run = Run("locked.gdf", "out.edges");
   EXPECT_EQ(run.status, 8);
   EXPECT_EQ(run.err, "ERROR feedwalk: Could not open input GDF file locked.gdf.\n");
 }
@@ -131,6 +136,10 @@ TEST_F(FeedwalkBadInputTest, OutputsThatCannotBeOpenedEndWithStatus8) {
   RunResult run = Run("model.gdf", "outdir");
   EXPECT_EQ(run.status, 8);
   EXPECT_EQ(run.err, "ERROR feedwalk:  Could not open output edge file \"outdir\".\n");
+
+  run = Run("model.gdf", "nodir/out.edges");
+  EXPECT_EQ(run.status, 8);
+  EXPECT_EQ(run.err, "ERROR feedwalk:  Could not open output edge file \"nodir/out.edges\".\n");
 
   // A path through a regular file stops root as well.
   run = Run("model.gdf", "model.gdf/out.edges");

@@ -52,18 +52,6 @@ TEST(ErrorReportTest, LongLinesAreCutAndFarPositionsLoseTheCaret) {
             "ckt " + name.substr(0, 154) + "\nINFO: Line above truncated due to excess length\nLine 1, Char 206: m\n");
 }
 
-// What the grammar makes of characters no token uses, strings left open and NUL bytes.
-TEST(ParserTest, StrayCharactersEndTheParse) {
-  GdfModel model;
-  bool ok = true;
-  EXPECT_EQ(model.Parse("ckt A ;\nelem\n", &ok),
-            "ckt A ;\n       ^\nLine 1, Char 7: syntax error, unexpected $undefined, expecting GDF_EOL or GDF_ID\n");
-  EXPECT_FALSE(ok);
-  // A string left open at the end of the file stops at its quote.
-  EXPECT_EQ(GdfModel().Parse("ckt A\nckt \"abc def"),
-            "ckt \"\n     ^\nLine 2, Char 5: syntax error, unexpected $undefined, expecting GDF_ID\n");
-}
-
 // Even inside a statement, which then lacks its line end.
 TEST(ParserTest, ANulByteEndsTheInputWhereItStands) {
   const struct {

@@ -1,4 +1,4 @@
-// The builder's entry points and modes: modification phases, streams, successive texts, registries, limits, robustness.
+// The builder's entry points and modes: modification phases, read errors, successive texts, registries, limits.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,9 +6,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <random>
-#include <sstream>
 #include <string>
 
 #include "grid/util.h"
@@ -28,13 +25,6 @@ const char* const kDrop =
     "inst Feeder.d1 Drop\n"
     "inst Feeder.d2 Drop\n"
     "conn Feeder.B d1.P d2.P\n";
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 TEST(ParseToGridTest, ParsesOnlyOutsideAModificationPhaseAndAlwaysClosesItsOwn) {
   GdfModel model;
@@ -77,24 +67,6 @@ TEST(ParseToGridTest, SuccessiveTextsContinueTheIdsAndSeeEarlierNames) {
   EXPECT_EQ(model.Parse("ckt A\n", &ok), "ckt A\n     ^\nLine 1, Char 5: ERROR: Definition exists\n");
 }
 
-TEST(ParseToGridTest, StreamsAndTextsBuildTheSameModel) {
-  GdfModel from_text;
-  bool ok = false;
-  from_text.Parse(kDrop, &ok);
-  ASSERT_TRUE(ok);
-
-  GdfModel from_stream;
-  FILE* stream = tmpfile();
-  ASSERT_NE(stream, nullptr);
-  fputs(kDrop, stream);
-  rewind(stream);
-  int warnings = -1;
-  EXPECT_TRUE(from_stream.builder.ParseGDF(stream, &warnings));
-  fclose(stream);
-  EXPECT_EQ(warnings, 0);
-  EXPECT_EQ(from_stream.Dump(), from_text.Dump());
-}
-
 // A stream that hands out `text` and then fails as a disk would.
 FILE* FailingStream(const char* text) {
   cookie_io_functions_t io = {};
@@ -127,12 +99,6 @@ TEST(ParseToGridTest, AReadErrorEndsTheParseAndIsNotTakenForTheEnd) {
   EXPECT_EQ(model.builder.InputError(), EIO);
   EXPECT_FALSE(model.grid.IsEnd(model.grid.GetDefFromName("A")));
   EXPECT_TRUE(model.grid.IsEnd(model.grid.GetDefFromName("B")));
-
-  FILE* directory = fopen("/", "r");
-  ASSERT_NE(directory, nullptr);
-  EXPECT_FALSE(model.builder.ParseGDF(directory, nullptr));
-  fclose(directory);
-  EXPECT_EQ(model.builder.InputError(), EISDIR);
 
   bool ok = false;
   model.Parse("ckt B\n", &ok);
@@ -354,72 +320,6 @@ TEST(ParseToGridTest, TargetsCarryAtMost4096Properties) {
        from_set.grid.NextProperty(c, y, it))
     ++carried;
   EXPECT_EQ(carried, 4096);
-}
-
-TEST(ParseToGridTest, BuildsTheBundledFeeders) {
-  // Instances, entities (nodes and instances) and connections of the prime circuit.
-  const struct {
-    const char* file;
-    int instances, entities, connections;
-  } feeders[] = {
-      {"/work/shared/data/feeders/ieee13.gdf", 36, 53, 54},
-      {"/work/shared/data/feeders/ieee123.gdf", 231, 362, 366},
-  };
-  for (const auto& f : feeders) {
-    const std::string text = ReadFile(f.file);
-    if (text.empty()) GTEST_SKIP() << f.file << " is not available";
-    GdfModel model;
-    bool ok = false;
-    int warnings = -1;
-    EXPECT_EQ(model.Parse(text, &ok, &warnings), "");
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(warnings, 0);
-    const ZELT_Grid_DefIter prime = model.grid.GetPrimeCircuitDef();
-    int instances = 0, entities = 0, connections = 0;
-    for (ZELT_Grid_EntityIter e = model.grid.GetFirstEntity(prime); !model.grid.IsEnd(e);
-         model.grid.NextEntity(prime, e)) {
-      ++entities;
-      if (model.grid.IsConnNode(prime, e)) {
-        for (ZELT_Grid_ConnectionIter c = model.grid.GetFirstConnection(prime, e); !model.grid.IsEnd(c);
-             model.grid.NextConnection(prime, e, c))
-          ++connections;
-      } else {
-        ++instances;
-      }
-    }
-    EXPECT_EQ(instances, f.instances) << f.file;
-    EXPECT_EQ(entities, f.entities) << f.file;
-    EXPECT_EQ(connections, f.connections) << f.file;
-  }
-}
-
-// Random edits of valid text must end in a model or an error report, never in
-// a consistency stop, a crash or a leak (the asan preset watches the last two).
-TEST(ParseToGridTest, SurvivesMutatedInput) {
-  const std::string base = std::string(kDrop) +
-                           "prop F float64set\nprop S string\n"
-                           "propset Set {\n  I 5\n  F [1,2]\n  A_AUX string \"a\"\n}\n"
-                           "propadd Feeder.d1 S \"x\"\nhpropadd Feeder.d2.P F [1, 2.5]\n"
-                           "propsetadd Drop.ld Set\nhpropsetadd Feeder.d1 Set\ndefpropadd Drop I 3\n"
-                           "container Feeder.d1 d2\nsupportadd Feeder.d1 d2\n"
-                           "condstate T Feeder {\n  d1 ON\n}\nhcondstate T {\n  Feeder.d1.ld OFF\n}\n"
-                           "assetclass Pole\nassetclassapply Drop Pole\nroot Feeder\n";
-  const char* const pieces[] = {".", " ", "\n", "{", "}", "[", "]", ",", "--", "-1", "2147483648", "2.5",
-                                "\"\"", "\"7\"", "'x'", "X_AUX", "zelt_grid_supporter", "int32set", "d1", "P",
-                                "Drop", "Feeder", "ld", "0", "ckt", "inst", "conn", "propadd", "elem", ";"};
-  std::mt19937 rng(20261122);
-  for (int round = 0; round < 400; ++round) {
-    std::string text = base;
-    const int edits = 1 + int(rng() % 4);
-    for (int e = 0; e < edits; ++e) {
-      const size_t at = rng() % text.size();
-      const size_t cut = rng() % 6;
-      text.replace(at, cut, pieces[rng() % (sizeof pieces / sizeof pieces[0])]);
-    }
-    GdfModel model;
-    model.Parse(text);
-    model.Dump();
-  }
 }
 
 } // namespace

@@ -28,21 +28,17 @@ struct Cabinet {
   }
 };
 
-TEST(GridContainment, OneContainerEachAndSetsInOrderOfAddition) {
-  Cabinet k(5);
-  ZELT_Grid_EntityIter c = k.inst[0], c2 = k.inst[1];
+// Only instances are contained, and removing a container instance releases what it held; the random run
+// below checks the rest against a model.
+TEST(GridContainment, OnlyInstancesAreContainedAndContainersReleaseWhenRemoved) {
+  Cabinet k(3);
+  ZELT_Grid_EntityIter c = k.inst[0];
   EXPECT_EQ(k.gm.AddContainerOf(k.ckt, k.term, c), 1);
   EXPECT_EQ(k.gm.AddContainerOf(k.ckt, k.node, c), 1);
-  EXPECT_EQ(k.gm.AddContainerOf(k.ckt, c, c), 1);
-  for (int i : {4, 2, 3}) EXPECT_EQ(k.gm.AddContainerOf(k.ckt, k.inst[i], c), 0);
-  EXPECT_EQ(k.gm.AddContainerOf(k.ckt, k.inst[2], c2), 1);
-  EXPECT_EQ(k.gm.GetContainer(k.ckt, k.inst[2]), c);
-  EXPECT_EQ(k.Containees(c), (Ents{k.inst[4], k.inst[2], k.inst[3]}));
-
-  // Removing a container instance releases what it held.
+  for (int i : {2, 1}) EXPECT_EQ(k.gm.AddContainerOf(k.ckt, k.inst[i], c), 0);
   EXPECT_EQ(k.gm.AddContainerOf(k.ckt, c, k.node), 0);  // the container's kind is not looked at
   EXPECT_EQ(k.gm.RemoveInst(k.ckt, c), 0);
-  for (int i : {2, 3, 4}) EXPECT_TRUE(k.gm.IsEnd(k.gm.GetContainer(k.ckt, k.inst[i])));
+  for (int i : {1, 2}) EXPECT_TRUE(k.gm.IsEnd(k.gm.GetContainer(k.ckt, k.inst[i])));
   EXPECT_TRUE(k.Containees(k.node).empty());
   EXPECT_EQ(k.gm.RemoveContaineesOf(k.ckt, k.node), 1);
 }

@@ -1,8 +1,8 @@
-// Tests of paths, their id order, and the arrays and maps that attach values to entities.
+// Tests of paths, their id order, and the maps that attach values to entities (the per-definition arrays and
+// entity sets are checked through the conductivity state set in tests/orient).
 #include <gtest/gtest.h>
 
 #include "grid/defassoc.h"
-#include "grid/entityset.h"
 #include "grid_helpers.h"
 
 using gridtest::Path;
@@ -67,29 +67,6 @@ TEST(GridAssoc, UnsetDefinitionsReadTheUnsetValueWithoutSlots) {
   EXPECT_FALSE(marks.GetValue(m.feeder, m.big));
   marks.RemoveDefn(m.sub);
   EXPECT_FALSE(marks.GetValue(m.sub, m.inst3));
-}
-
-TEST(GridDefAssoc, LaterEntitiesReadTheInitialValue) {
-  ZELT_Grid gm;
-  ZELT_Grid_DefIter d = gm.AddCircuitDef(1, "D");
-  ZELT_Grid_EntityIter first = gm.AddConnNode(d, 0, nullptr);
-  ZELT_Grid_DefAssoc<long> depth(gm, d, -1);
-  EXPECT_EQ(depth.GetDef(), d);
-  depth[first] = 7;
-  std::vector<ZELT_Grid_EntityIter> later;
-  for (long id = 1; id < 100; ++id) later.push_back(gm.AddConnNode(d, id, nullptr));
-  EXPECT_EQ(depth[first], 7);
-  for (ZELT_Grid_EntityIter e : later) EXPECT_EQ(depth[e], -1);
-}
-
-TEST(GridEntitySet, WalksInAscendingIdOnceEach) {
-  Model m;  // Sub's entities: the terminal with id 5, the instance with id 3
-  ZELT_Grid_EntityIterSetSL set(m.gm, m.sub);
-  EXPECT_TRUE(set.Insert(m.term5));
-  EXPECT_TRUE(set.Insert(m.inst3));
-  EXPECT_FALSE(set.Insert(m.term5));
-  EXPECT_EQ(set.Entity(set.First()), m.inst3);
-  EXPECT_TRUE(set.Contains(m.term5));
 }
 
 }  // namespace

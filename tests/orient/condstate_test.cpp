@@ -49,15 +49,6 @@ TEST(CondStateSet, EntitiesAddedLaterReadUnset) {
   EXPECT_EQ(cst.GetState(first), OFF);
 }
 
-// A model without definitions gives the driver the end handle as its circuit.
-TEST(CondStateSet, OverNoDefinitionIsEmpty) {
-  ZELT_Grid gm;
-  ZELT_Grid_DefIter none = gm.GetPrimeCircuitDef();
-  ZELT_Grid_CondStateSetSL cst(gm, none);
-  EXPECT_TRUE(cst.IsEnd(cst.GetFirstEntity()));
-  EXPECT_TRUE(gm.IsEnd(cst.GetDef()));
-}
-
 TEST(ExistAndModifyStateSets, UnsetUntilSetPerDefinitionAndEntity) {
   TestModel m;
   ZELT_Grid_DefIter a = m.Circuit("A"), b = m.Circuit("B");

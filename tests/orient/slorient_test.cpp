@@ -225,13 +225,4 @@ TEST(SLOrientRandom, AgreesWithTheSearchAsDescribed) {
   }
 }
 
-TEST_F(SLOrientTest, MakeHEntityReplacesOnlyTheLastStep) {
-  ZELT_Grid_DefIter sub = m.Circuit("Sub"), top = m.Circuit("Top");
-  m.Wire(sub, "X.0-N X.1-K");
-  m.Instance(top, "I", sub);
-  ZELT_Grid_HEntity from = m.Path(top, "I", "N");
-  EXPECT_TRUE(MakeHEntity(m.gm, from, sub, m.Ent(sub, "K")) == m.Path(top, "I", "K"));
-  EXPECT_EQ(m.Name(from), "Top.I.N");
-}
-
 }  // namespace

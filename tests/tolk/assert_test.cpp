@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(AssertDeathTest, PassingCheckDoesNothing) { tolk_assertfunc(true, "x.cpp", 1, "never shown", nullptr); }
-
 TEST(AssertDeathTest, ReportTextAndInterrupt) {
   EXPECT_EXIT(tolk_assertfunc(false, "grid.cpp", 42, "bad thing", "more detail"), testing::KilledBySignal(SIGINT),
               "\n\n >>>>>> Internal Error \\(Assert Failure\\): bad thing \n   more detail \n"

@@ -19,27 +19,24 @@ struct Counted {
 
 }  // namespace
 
-TEST(DQueueTest, StackIsLastInFirstOutAcrossBlocks) {
+// Both adapters across several blocks of 8, and again after emptying.
+TEST(DQueueTest, StackAndQueueOrderAcrossBlocks) {
   tolk_STACK<int> s;
-  EXPECT_TRUE(s.Empty());
-  for (int i = 1; i <= 20; ++i) s.Push(i);
-  EXPECT_EQ(s.Size(), 20);
-  EXPECT_EQ(s.Snoop(), 20);
-  for (int i = 20; i >= 1; --i) EXPECT_EQ(s.Pop(), i);
-  EXPECT_TRUE(s.Empty());
-  s.Push(7);  // usable again after emptying
-  EXPECT_EQ(s.Pop(), 7);
-}
-
-TEST(DQueueTest, QueueIsFirstInFirstOutAcrossBlocks) {
   tolk_QUEUE<int> q(8);
-  for (int i = 1; i <= 20; ++i) q.Add(i);
-  EXPECT_EQ(q.Snoop(), 1);
-  for (int i = 1; i <= 10; ++i) EXPECT_EQ(q.Get(), i);
-  for (int i = 21; i <= 30; ++i) q.Add(i);
-  for (int i = 11; i <= 30; ++i) EXPECT_EQ(q.Get(), i);
-  EXPECT_TRUE(q.Empty());
-  EXPECT_EQ(q.Size(), 0);
+  for (int round = 0; round < 2; ++round) {
+    for (int i = 1; i <= 20; ++i) {
+      s.Push(i);
+      q.Add(i);
+    }
+    EXPECT_EQ(s.Size(), 20);
+    EXPECT_EQ(s.Snoop(), 20);
+    EXPECT_EQ(q.Snoop(), 1);
+    for (int i = 1; i <= 20; ++i) {
+      EXPECT_EQ(s.Pop(), 21 - i);
+      EXPECT_EQ(q.Get(), i);
+    }
+    EXPECT_TRUE(s.Empty() && q.Empty());
+  }
 }
 
 // Random mixes at both ends, block sizes 1 to 8, against std::deque.
@@ -69,8 +66,13 @@ TEST(DQueueTest, RandomOperationsMatchStdDeque) {
       ASSERT_EQ(d.Size(), static_cast<tolk_signed>(model.size()));
       ASSERT_EQ(d.Empty(), model.empty());
     }
-    tolk_DQUEUE<std::string> copy(d);
+    tolk_DQUEUE<std::string> copy(d), assigned(basesize);
+    assigned.Addend("overwritten");
+    assigned = d;
+    d.Clear();
+    EXPECT_TRUE(d.Empty());
     while (!model.empty()) {
+      ASSERT_EQ(assigned.Getfront(), model.front());
       ASSERT_EQ(copy.Getfront(), model.front());
       model.pop_front();
     }
@@ -93,15 +95,4 @@ TEST(DQueueTest, SpareBlockIsReused) {
   while (!s.Empty()) s.Pop();
   s.Push(1);
   EXPECT_EQ(Counted::made, 0);
-}
-
-TEST(DQueueTest, CopyAndClear) {
-  tolk_QUEUE<int> q;
-  for (int i = 0; i < 13; ++i) q.Add(i);
-  tolk_QUEUE<int> other;
-  other.Add(99);
-  other = q;
-  q.Clear();
-  EXPECT_TRUE(q.Empty());
-  for (int i = 0; i < 13; ++i) EXPECT_EQ(other.Get(), i);
 }

@@ -63,21 +63,6 @@ TEST(RecordPool, BlocksNeverOverlapUnderRandomUse) {
   EXPECT_GT(pool.ChunkBytes(), size_t(1) << 20);
 }
 
-TEST(RecordPool, RecordsAreConstructedAndDestroyed) {
-  struct Counted {
-    explicit Counted(int& alive) : alive(alive) { ++alive; }
-    ~Counted() { --alive; }
-    int& alive;
-  };
-  int alive = 0;
-  tolk_RecordPool pool;
-  Counted* c = pool.New<Counted>(alive);
-  EXPECT_EQ(alive, 1);
-  pool.Delete(c);
-  pool.Delete<Counted>(nullptr);
-  EXPECT_EQ(alive, 0);
-}
-
 TEST(LargeAllocation, HugeBlocksAreWritableEndToEnd) {
   const size_t bytes = (size_t(5) << 20) + 12345;
   char* p = static_cast<char*>(tolk_AllocateLarge(bytes));

@@ -122,34 +122,6 @@ TEST(UGraph, IncidenceListsAppendRemoveAndSortAtEitherEnd) {
   EXPECT_EQ(Neighbours(a), std::vector<tolk_UNode>{hub});
 }
 
-// The free-index stack keeps the indexes that growth adds as a range: its answers must
-// be those of a plain stack that had every index pushed one by one.
-TEST(UAssocArrays, FreeIndexStackAnswersLikeAPlainStack) {
-  std::mt19937 rng(11);
-  tolk_IndexStack stack;
-  std::vector<tolk_unsigned> model;
-  for (int step = 0; step < 5000; ++step) {
-    const unsigned r = rng() % 10;
-    if (r < 2) {
-      tolk_unsigned from = rng() % 100, to = from + rng() % 40;
-      stack.PushRange(from, to);
-      for (tolk_unsigned i = from; i <= to; ++i) model.push_back(i);
-    } else if (r < 4) {
-      tolk_unsigned i = rng() % 1000;
-      stack.Push(i);
-      model.push_back(i);
-    } else if (r < 9 && !model.empty()) {
-      ASSERT_EQ(stack.Pop(), model.back()) << "step " << step;
-      model.pop_back();
-    } else if (r == 9 && rng() % 20 == 0) {
-      stack.Clear();
-      model.clear();
-    }
-    ASSERT_EQ(stack.Size(), static_cast<tolk_signed>(model.size()));
-    ASSERT_EQ(stack.Empty(), model.empty());
-  }
-}
-
 TEST(UNodeAssoc, TenNodesGetFourteenSlotsAndGrowAtTheFifteenth) {
   tolk_ugraph_base g;
   for (int i = 0; i < 10; ++i) g.NodeAppend();
