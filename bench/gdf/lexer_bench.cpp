@@ -20,7 +20,7 @@ std::string FeederPath() {
 int64_t LexToEnd() {
   int64_t tokens = 0;
   for (int code; (code = gdf_lex()) != 0 || !gdf_scan_finished(); ++tokens)
-    if (gdf_token_has_text(code)) delete[] gdf_lval.strval;
+    if (gdf_token_has_text(code)) gdf_text_free(gdf_lval.strval);
   return tokens;
 }
 
