@@ -55,20 +55,19 @@ struct ZELT_Grid_EntityNameKeys {
   ZELT_Grid_Graph* graph;
 };
 
-struct ZELT_Grid_EntityIdKeys {
+struct ZELT_Grid_IdKeys {
   typedef long Key;
   uint64_t Hash(long id) const { return ZELT_Grid_KeyHash::OfId(id); }
-  long KeyOf(const tolk_list_link* node) const;
   bool Same(long a, long b) const { return a == b; }
   ZELT_Grid_Graph* graph;
 };
 
-struct ZELT_Grid_ConnIdKeys {
-  typedef long Key;
-  uint64_t Hash(long id) const { return ZELT_Grid_KeyHash::OfId(id); }
+struct ZELT_Grid_EntityIdKeys : ZELT_Grid_IdKeys {
+  long KeyOf(const tolk_list_link* node) const;
+};
+
+struct ZELT_Grid_ConnIdKeys : ZELT_Grid_IdKeys {
   long KeyOf(const tolk_list_link* alink) const;
-  bool Same(long a, long b) const { return a == b; }
-  ZELT_Grid_Graph* graph;
 };
 
 // Everything the grid keeps per definition, in one side-array slot of the
