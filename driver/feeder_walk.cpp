@@ -80,20 +80,13 @@ bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs,
     block.clear();
     return ok;
   };
-  int pending = 0;  // lines in the block, counted once it is written
   for (const ZELT_Grid_HEntityPair& pair : pairs) {
     ZELT_Grid_Util::AppendHEnt(block, pair.first, gm);
     block += ' ';
     ZELT_Grid_Util::AppendHEnt(block, pair.second, gm);
     block += '\n';
-    ++pending;
-    if (block.size() >= kBlock) {
-      if (!flush()) return false;
-      nedges += pending;
-      pending = 0;
-    }
+    ++nedges;
+    if (block.size() >= kBlock && !flush()) return false;
   }
-  if (!flush()) return false;
-  nedges += pending;
-  return true;
+  return flush();
 }

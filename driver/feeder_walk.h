@@ -24,6 +24,6 @@ std::vector<ZELT_Grid_HEntity> FindBreakers(ZELT_Grid& gm, ZELT_Grid_DefIter& de
 void InitializeCondStateSetSL(ZELT_Grid_CondStateSetSL& cst, ZELT_Grid& gm, ZELT_Grid_DefIter& def,
                               int normpos_propkey);
 
-// Writes one "from to" line per pair and counts them in nedges. False as soon
-// as the stream reports a write error.
+// Writes one "from to" line per pair, in blocks, and counts them in nedges. False
+// as soon as the stream reports a write error; the count then means nothing.
 bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs, const ZELT_Grid& gm, int& nedges);

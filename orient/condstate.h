@@ -44,33 +44,31 @@ class ZELT_Grid_CondStateSetSL {
 
 enum ZELT_Grid_ExistState : int32_t { NOTEXIST = 0, EXIST = 1 };
 
-// Whether each (definition, entity) exists at some moment; NOTEXIST until set.
-// A definition gets its slot array on its first SetState.
-class ZELT_Grid_ExistStateSet {
+// One state per (definition, entity), `initial` until set; a definition gets its
+// slot array on its first SetState.
+template <class State>
+class ZELT_Grid_PairStateSet {
  public:
-  explicit ZELT_Grid_ExistStateSet(ZELT_Grid& gm) : _estate(gm, NOTEXIST) {}
-  void SetState(const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& ent, ZELT_Grid_ExistState s) {
-    _estate.SetValue(def, ent, s);
+  ZELT_Grid_PairStateSet(ZELT_Grid& gm, State initial) : _states(gm, initial) {}
+  void SetState(const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& ent, State s) {
+    _states.SetValue(def, ent, s);
   }
-  ZELT_Grid_ExistState GetState(const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& ent) const {
-    return _estate.GetValue(def, ent);
+  State GetState(const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& ent) const {
+    return _states.GetValue(def, ent);
   }
 
  private:
-  ZELT_Grid_Assoc<ZELT_Grid_ExistState> _estate;
+  ZELT_Grid_Assoc<State> _states;
+};
+
+// Whether each (definition, entity) exists at some moment; NOTEXIST until set.
+class ZELT_Grid_ExistStateSet : public ZELT_Grid_PairStateSet<ZELT_Grid_ExistState> {
+ public:
+  explicit ZELT_Grid_ExistStateSet(ZELT_Grid& gm) : ZELT_Grid_PairStateSet(gm, NOTEXIST) {}
 };
 
 // Marks the (definition, entity) pairs that one pass has touched; false until set.
-class ZELT_Grid_ModifyStateSet {
+class ZELT_Grid_ModifyStateSet : public ZELT_Grid_PairStateSet<bool> {
  public:
-  explicit ZELT_Grid_ModifyStateSet(ZELT_Grid& gm) : _mstate(gm, false) {}
-  void SetState(const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& ent, bool s) {
-    _mstate.SetValue(def, ent, s);
-  }
-  bool GetState(const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& ent) const {
-    return _mstate.GetValue(def, ent);
-  }
-
- private:
-  ZELT_Grid_Assoc<bool> _mstate;
+  explicit ZELT_Grid_ModifyStateSet(ZELT_Grid& gm) : ZELT_Grid_PairStateSet(gm, false) {}
 };

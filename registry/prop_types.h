@@ -3,19 +3,22 @@
 
 #include <cstdint>
 
-// The value type of a property; the codes are those of tolk_Property's value kinds.
+#include "tolk/property.h"
+
+// The value type of a property: tolk_Property's value kinds under the names the
+// registries and the builder use, so that the codes have one source.
 enum class ZELT_Grid_ValueType : int32_t {
-  none = 0,
-  large_string = 1,
-  small_string = 2,
-  int32_set = 3,
-  int32 = 4,
-  int64_set = 5,
-  int64 = 6,
-  float64_set = 7,
-  float64 = 8,
-  __unused__ = 9,
-  iter_vector = 10,
+  none = tolk_Property::none,
+  large_string = tolk_Property::large_string,
+  small_string = tolk_Property::small_string,
+  int32_set = tolk_Property::int32_set,
+  int32 = tolk_Property::int32,
+  int64_set = tolk_Property::int64_set,
+  int64 = tolk_Property::int64,
+  float64_set = tolk_Property::float64_set,
+  float64 = tolk_Property::float64,
+  __unused__ = tolk_Property::__not_used__,
+  iter_vector = tolk_Property::iter_vector,
 };
 
 // The kind of a property: plain value, time series, or auxiliary (declared where it is used).

@@ -310,7 +310,7 @@ class tolk_uassoc_slots : public Base {
       if (size == used) {
         T* q = static_cast<T*>(realloc(p, (size_t(newMax) + 1) * sizeof(T)));
         if (q == nullptr) throw std::bad_alloc();
-        for (tolk_unsigned i = size; i <= newMax; ++i) ::new (q + i) T;
+        InitSlots(q, size, newMax + 1);
         p = q;
         size = newMax + 1;
         return;
@@ -330,11 +330,15 @@ class tolk_uassoc_slots : public Base {
  private:
   static constexpr bool kBytewise = std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>;
 
+  // Default-initialises slots [from, to), as new T[] would.
+  static void InitSlots(T* slots, tolk_unsigned from, tolk_unsigned to) {
+    for (tolk_unsigned i = from; i < to; ++i) ::new (slots + i) T;
+  }
   static T* NewSlots(tolk_unsigned n) {
     if constexpr (kBytewise) {
       T* q = static_cast<T*>(malloc(size_t(n) * sizeof(T)));
       if (q == nullptr) throw std::bad_alloc();
-      for (tolk_unsigned i = 0; i < n; ++i) ::new (q + i) T;
+      InitSlots(q, 0, n);
       return q;
     } else {
       return new T[n];
