@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 // Token codes and the semantic value gdf_lval come from the grammar.
@@ -18,6 +19,10 @@ void gdf_scan_init(const char* text);
 void gdf_scan_init(const char* bytes, size_t length);
 // Releases the scan's buffers. Call it when a scan is done.
 void gdf_scan_terminate();
+// Inputs of at least this many bytes (1 MiB unless set) are scanned on a second thread,
+// a few thousand tokens ahead of the parser; only regular files and texts qualify. Takes
+// effect at the next gdf_scan_init.
+void gdf_scan_thread_from(int64_t bytes);
 
 // Returns the next token's code (0 at end of input, and for a NUL byte between
 // tokens; GDF_error once when reading the stream failed) and leaves its value
@@ -42,7 +47,8 @@ extern "C" int gdf_wrap();
 // the line before it.
 void gdf_error(const char* message);
 
-// Where the scan stands.
+// Where the scan stood right after the last token gdf_lex handed out (with a thread the
+// scanner itself is a few blocks ahead).
 int gdf_scan_lineno();
 int gdf_scan_token_offset();
 int gdf_scan_token_offset_old();

@@ -79,6 +79,7 @@ bool ZELT_Grid_GDF_ParseToGrid::FinishParse(int* warnings) {
 void ZELT_Grid_GDF_ParseToGrid::ForgetLookups() {
   for (DefLookup& lookup : _def_lookups) lookup.valid = false;
   ForgetEntityLookup();
+  _last_prop = nullptr;
   _prop_lookups.clear();
 }
 
@@ -212,8 +213,9 @@ bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_na
       return false;
     }
     node = _pgm->AddConnNode(def, _keysequence->NewEntityID(), conn_name);
-    ForgetEntityLookup();
   }
+  // The node is the newest entity of its name; statements about it often follow.
+  RememberEntity(def, conn_name, node);
   ZELT_Grid_HEntityStep node_step;
   _pgm->InitHEntStep(node_step, def, node);
   ZELT_Grid_HEntity node_path;

@@ -243,5 +243,7 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_Grid_EntityIter _last_entity;
   bool _last_entity_valid = false;
   std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
+  // The entry asked for last: a value statement asks for its property three times.
+  const std::pair<const std::string, PropLookup>* _last_prop = nullptr;
   std::vector<ZELT_Grid_HEntityStep> _path_steps; // of the name FindHEntPath resolves
 };

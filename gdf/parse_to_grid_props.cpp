@@ -1,6 +1,7 @@
 // The GDF builder's property side: declarations, property sets, values on entities, paths and definitions, asset classes.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -125,8 +126,12 @@ ZELT_Grid_PropData RebuildValue(int type, const char* text) {
 // knew of the name; every parse starts afresh.
 const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpProp(const char* name) {
   TOLK_ASSERT(_pts != nullptr, "GDF builder: no property registry");
+  if (_last_prop != nullptr && strcmp(_last_prop->first.c_str(), name) == 0) return _last_prop->second;
   auto known = _prop_lookups.find(std::string_view(name));
-  if (known != _prop_lookups.end()) return known->second;
+  if (known != _prop_lookups.end()) {
+    _last_prop = &*known;
+    return known->second;
+  }
   PropLookup lookup{{-1, ZELT_Grid_ValueType::none}, false};
   int key = -1;
   int type = 0;
@@ -135,10 +140,12 @@ const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpPr
     ZELT_Grid_Prop_Iter it = _pts->GetPropFromName(name);
     lookup.time_series = !_pts->IsEnd(it) && _pts->IsTSProperty(it);
   }
-  return _prop_lookups.emplace(name, lookup).first->second;
+  _last_prop = &*_prop_lookups.emplace(name, lookup).first;
+  return _last_prop->second;
 }
 
 void ZELT_Grid_GDF_ParseToGrid::ForgetProp(const char* name) {
+  _last_prop = nullptr;
   const auto known = _prop_lookups.find(std::string_view(name));
   if (known != _prop_lookups.end()) _prop_lookups.erase(known);
 }

@@ -1,0 +1,87 @@
+// Blocks of scanned tokens on their way from the tokenizer to the parser, filled on a thread of their own or on demand.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "gdf/gdf_parse.h"
+
+// A line of the input as the error report shows it: its first characters, its number and,
+// once the line has ended, where the scan stood at its end.
+struct gdf_LineRecord {
+  static constexpr int kCapacity = 160;
+  int64_t lineno;
+  int32_t end_offset;
+  int32_t length;
+  char text[kCapacity];
+};
+
+// One token and where the scan stood right after it.
+struct gdf_TokenRecord {
+  enum : uint8_t { kPrevWasEol = 1, kFinished = 2, kReadError = 4 };
+  int32_t code;
+  uint32_t text_length; // tokens with a text: value.ival is the text's offset in the block
+  GDF_STYPE value;
+  int32_t token_offset;  // clamped to int
+  uint32_t line;         // the current line and the one before, in the block's lines
+  uint32_t old_line;
+  uint8_t line_length;   // how much of the current line the scan had kept
+  uint8_t flags;
+};
+
+struct gdf_TokenBlock {
+  std::vector<gdf_TokenRecord> tokens;
+  std::vector<gdf_LineRecord> lines;
+  std::vector<char> texts; // NUL-terminated texts, one after another
+  int read_error = 0;      // errno of the failed read that tokens flagged kReadError saw
+  bool last = false;       // the scan ended in this block
+
+  void Clear() {
+    tokens.clear();
+    lines.clear();
+    texts.clear();
+    read_error = 0;
+    last = false;
+  }
+};
+
+// Blocks go round between the filler and the consumer. With a thread the filler runs ahead
+// of the parser by a few blocks, so that scanning and building share the two cores; without
+// one the consumer fills each block when it needs it. The filler sets last on the block that
+// ends the scan and fills no more after it.
+class gdf_TokenPipe {
+ public:
+  using Filler = void (*)(gdf_TokenBlock&);
+  static constexpr size_t kBlockTokens = 4096;
+
+  gdf_TokenPipe() = default;
+  ~gdf_TokenPipe() { Stop(); }
+  gdf_TokenPipe(const gdf_TokenPipe&) = delete;
+  gdf_TokenPipe& operator=(const gdf_TokenPipe&) = delete;
+
+  void Start(Filler fill, bool threaded);
+  // Gives back the block the consumer is done with (nullptr at first) and returns the next one.
+  gdf_TokenBlock* Next(gdf_TokenBlock* done);
+  // Ends the filling (waiting for the thread) and gives back every block.
+  void Stop();
+
+ private:
+  static constexpr int kBlocks = 4;
+  void Produce();
+
+  Filler _fill = nullptr;
+  bool _threaded = false;
+  std::vector<std::unique_ptr<gdf_TokenBlock>> _blocks;
+  std::mutex _mutex;
+  std::condition_variable _full_ready;
+  std::condition_variable _free_ready;
+  std::deque<gdf_TokenBlock*> _full;
+  std::deque<gdf_TokenBlock*> _free;
+  bool _stop = false;
+  std::thread _thread;
+};
