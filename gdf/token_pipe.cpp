@@ -1,6 +1,17 @@
 // The round of token blocks between the filler and the consumer.
 #include "gdf/token_pipe.h"
 
+#include <cstring>
+
+void gdf_TextArena::Grow(size_t needed) {
+  size_t capacity = _capacity > 0 ? _capacity : 4096;
+  while (capacity < needed) capacity *= 2;
+  std::unique_ptr<char[]> bytes(new char[capacity]);
+  if (_size > 0) memcpy(bytes.get(), _bytes.get(), _size);
+  _bytes = std::move(bytes);
+  _capacity = capacity;
+}
+
 void gdf_TokenPipe::Start(Filler fill, bool threaded) {
   Stop();
   _fill = fill;

@@ -34,17 +34,38 @@ struct gdf_TokenRecord {
   uint8_t flags;
 };
 
+// Texts one after another; grows by doubling and keeps its room from block to block.
+class gdf_TextArena {
+ public:
+  // Room for length bytes behind the texts so far; the pointer holds until the next call.
+  char* Extend(size_t length) {
+    if (_size + length > _capacity) Grow(_size + length);
+    char* room = _bytes.get() + _size;
+    _size += length;
+    return room;
+  }
+  size_t Size() const { return _size; }
+  const char* At(size_t offset) const { return _bytes.get() + offset; }
+  void Clear() { _size = 0; }
+
+ private:
+  void Grow(size_t needed);
+  std::unique_ptr<char[]> _bytes;
+  size_t _size = 0;
+  size_t _capacity = 0;
+};
+
 struct gdf_TokenBlock {
   std::vector<gdf_TokenRecord> tokens;
   std::vector<gdf_LineRecord> lines;
-  std::vector<char> texts; // NUL-terminated texts, one after another
+  gdf_TextArena texts; // the tokens' texts, each with a NUL behind it
   int read_error = 0;      // errno of the failed read that tokens flagged kReadError saw
   bool last = false;       // the scan ended in this block
 
   void Clear() {
     tokens.clear();
     lines.clear();
-    texts.clear();
+    texts.Clear();
     read_error = 0;
     last = false;
   }
