@@ -83,7 +83,9 @@ void ZELT_Grid_GDF_ParseToGrid::ForgetLookups() {
   _prop_lookups.clear();
 }
 
-void ZELT_Grid_GDF_ParseToGrid::ForgetEntityLookup() { _last_entity_valid = false; }
+void ZELT_Grid_GDF_ParseToGrid::ForgetEntityLookup() {
+  for (RecentEntity& recent : _recent_entities) recent.name = nullptr;
+}
 
 // Two definitions are remembered: an inst statement asks for its parent and its
 // type in turn.
@@ -100,16 +102,19 @@ ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
 }
 
 ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def, const char* name) {
-  if (!_last_entity_valid || _last_entity_def != def || strcmp(_last_entity_name.c_str(), name) != 0)
-    RememberEntity(def, name, _pgm->GetEntityFromName(def, name));
-  return _last_entity;
+  const size_t hash = ZELT_GDF_NameHash()(name);
+  const RecentEntity& recent = _recent_entities[hash % kRecentEntities];
+  if (recent.name != nullptr && recent.hash == hash && recent.def == def && strcmp(recent.name, name) == 0)
+    return recent.ent;
+  const ZELT_Grid_EntityIter ent = _pgm->GetEntityFromName(def, name);
+  RememberEntity(def, name, ent);
+  return ent;
 }
 
 void ZELT_Grid_GDF_ParseToGrid::RememberEntity(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_EntityIter ent) {
-  _last_entity = ent;
-  _last_entity_def = def;
-  _last_entity_name = name;
-  _last_entity_valid = true;
+  if (_pgm->IsEnd(ent)) return;
+  const size_t hash = ZELT_GDF_NameHash()(name);
+  _recent_entities[hash % kRecentEntities] = {hash, _pgm->GetEntityName(def, ent), def, ent};
 }
 
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::RequireDef(const char* name) {
@@ -177,11 +182,11 @@ void ZELT_Grid_GDF_ParseToGrid::AddCkt(const char* defname, unsigned nterms, con
   ZELTLOG(stderr, "%s:%d: parsing ckt %s.\n", __FILE_NAME__, __LINE__, defname);
   const ZELT_Grid_DefIter def = _pgm->AddCircuitDef(_keysequence->NewDefID(), defname);
   TOLK_ASSERT2(!_pgm->IsEnd(def), "AddCkt: the definition id is taken", defname);
+  ForgetLookups();
   for (unsigned i = 0; i < nterms; ++i) {
     ZELTLOG(stderr, " -- terminal %s\n", termnames[i]);
-    _pgm->AddTerminal(def, _keysequence->NewEntityID(), termnames[i]);
+    RememberEntity(def, termnames[i], _pgm->AddTerminal(def, _keysequence->NewEntityID(), termnames[i]));
   }
-  ForgetLookups();
 }
 
 void ZELT_Grid_GDF_ParseToGrid::SetRoot(const char* root_def) {
@@ -204,7 +209,7 @@ bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_na
   ZELTLOG(stderr, "%s:%d: parsing conn %s.%s.\n", __FILE_NAME__, __LINE__, defname, conn_name);
   const ZELT_Grid_DefIter def = RequireDef(defname);
   // Each node and path name is asked for once: the grid's own lookups serve.
-  ZELT_Grid_EntityIter node = _pgm->GetEntityFromName(def, conn_name);
+  ZELT_Grid_EntityIter node = FindEntity(def, conn_name);
   if (_pgm->IsEnd(node)) {
     // An element definition's only node is its own internal one.
     if (_pgm->IsElementDef(def)) {
@@ -213,9 +218,8 @@ bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_na
       return false;
     }
     node = _pgm->AddConnNode(def, _keysequence->NewEntityID(), conn_name);
+    RememberEntity(def, conn_name, node);
   }
-  // The node is the newest entity of its name; statements about it often follow.
-  RememberEntity(def, conn_name, node);
   ZELT_Grid_HEntityStep node_step;
   _pgm->InitHEntStep(node_step, def, node);
   ZELT_Grid_HEntity node_path;
@@ -288,7 +292,7 @@ bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numel
   for (int i = 0; i < numelems; ++i) {
     // Each further name lies in the definition that the previous step instantiates.
     if (i > 0) scope = _pgm->GetDefinition(scope, ent);
-    if (!_pgm->IsEnd(scope)) ent = _pgm->GetEntityFromName(scope, elems[i]);
+    if (!_pgm->IsEnd(scope)) ent = FindEntity(scope, elems[i]);
     if (_pgm->IsEnd(scope) || _pgm->IsEnd(ent)) {
       ReportMissingPath(curr_defname, i + 1, elems);
       return false;

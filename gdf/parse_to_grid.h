@@ -192,8 +192,8 @@ class ZELT_Grid_GDF_ParseToGrid {
   bool FinishParse(int* warnings);
   void EnsureTermIds(long nterms);
   // Name lookups, remembered from one call to the next: a statement's checks and
-  // its action ask for the same names. Adding definitions or entities forgets
-  // them, and so does every new parse.
+  // its action ask for the same names. Adding definitions forgets them, and so
+  // does every new parse.
   ZELT_Grid_DefIter FindDef(const char* name);
   ZELT_Grid_EntityIter FindEntity(ZELT_Grid_DefIter def, const char* name);
   ZELT_Grid_DefIter RequireDef(const char* name);
@@ -238,10 +238,18 @@ class ZELT_Grid_GDF_ParseToGrid {
     bool valid = false;
   };
   DefLookup _def_lookups[2];
-  ZELT_Grid_DefIter _last_entity_def;
-  std::string _last_entity_name;
-  ZELT_Grid_EntityIter _last_entity;
-  bool _last_entity_valid = false;
+  // Entities named lately, by a hash of the name: a statement names entities that the
+  // statements just before it made or named, and the grid's own tables lie all over
+  // memory. A slot holds the newest entity of its name, since every entity the builder
+  // adds takes its name's slot.
+  struct RecentEntity {
+    size_t hash;
+    const char* name; // the entity's own name in the grid; nullptr for an empty slot
+    ZELT_Grid_DefIter def;
+    ZELT_Grid_EntityIter ent;
+  };
+  static constexpr size_t kRecentEntities = 4096;
+  std::vector<RecentEntity> _recent_entities{kRecentEntities};
   std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
   // The entry asked for last: a value statement asks for its property three times.
   const std::pair<const std::string, PropLookup>* _last_prop = nullptr;
