@@ -20,8 +20,24 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
     dit = gm.GetDefIt(last);
     queue.Add(gm.GetEntIt(last));
   }
-  while (!queue.Empty()) {
-    ZELT_Grid_EntityIter i0 = queue.Get();
+  // The queue is read through a window of a few entries whose records are fetched
+  // ahead: a search meets entities all over memory, and overlapping their fetches
+  // leaves the order as it is (a queue read through a queue).
+  constexpr int kAhead = 8;
+  ZELT_Grid_EntityIter window[kAhead];
+  int head = 0;
+  int ahead = 0;
+  auto fill_window = [&] {
+    for (; ahead < kAhead && !queue.Empty(); ++ahead) {
+      ZELT_Grid_EntityIter next = queue.Get();
+      __builtin_prefetch(next.position);
+      window[(head + ahead) % kAhead] = next;
+    }
+  };
+  for (fill_window(); ahead > 0; fill_window()) {
+    ZELT_Grid_EntityIter i0 = window[head];
+    head = (head + 1) % kAhead;
+    --ahead;
     if (marks.Visited(i0)) continue;  // a source listed twice
     for (ZELT_Grid_ConnectionIter c = gm.GetFirstConnection(dit, i0); !gm.IsEnd(c); gm.NextConnection(dit, i0, c)) {
       ZELT_Grid_EntityIter i = gm.GetConOtherEnd(dit, i0, c);
