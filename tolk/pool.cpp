@@ -34,8 +34,6 @@ constexpr size_t kLargestChunk = size_t(4) << 20;
 constexpr size_t kChunkHeader = 16;
 constexpr size_t kHugePage = size_t(2) << 20;
 
-size_t RoundUp(size_t bytes, size_t unit) { return (bytes + unit - 1) / unit * unit; }
-
 void* ZeroedFromHeap(size_t bytes) {
   void* block = ::operator new(bytes);
   memset(block, 0, bytes);
@@ -58,6 +56,8 @@ constexpr size_t kStockDepth = 2;
 // the stock would only sit in its resident memory through whatever it does next.
 constexpr long kIdleReleaseNs = 100L * 1000 * 1000;
 constexpr size_t kSmallPage = 4096;
+
+size_t RoundUp(size_t bytes, size_t unit) { return (bytes + unit - 1) / unit * unit; }
 
 // Mapped with one huge page to spare so that the block can start on a huge-page boundary;
 // the spare ends are unmapped again. Null when the system has no memory to give.
