@@ -5,12 +5,29 @@
 #include <new>
 #include <utility>
 
-// Memory for big arrays and chunks. From 2 MiB on it is mapped directly and the kernel is
-// asked to back it with huge pages: a model of millions of records touches hundreds of
-// megabytes once, and page faults would otherwise cost as much as building it. (Under
-// AddressSanitizer everything comes from operator new, so the leak checker sees it.)
+// Memory for big arrays and chunks, zero-filled. From 2 MiB on it is mapped directly and
+// the kernel is asked to back it with huge pages: a model of millions of records touches
+// hundreds of megabytes once, and page faults would otherwise cost as much as building it.
+// Even so the kernel zeroes every fresh page when it is first touched, so a helper thread,
+// started by the first request of up to 4 MiB (the record pool's chunk size), keeps two
+// such blocks mapped and faulted in: a request takes one when it is ready and maps its own
+// otherwise, never waiting for the helper. The helper gives its stock back once no request
+// has come for a tenth of a second, and stops at exit. Both functions may be called from
+// several threads. (Under AddressSanitizer everything comes from operator new, so the
+// leak checker sees it, and there is no helper.)
 void* tolk_AllocateLarge(size_t bytes);
+// bytes must be the size the block was allocated with.
 void tolk_FreeLarge(void* block, size_t bytes);
+
+// How the requests of 2 MiB and more were met since the program started, and how many
+// faulted-in blocks wait now; for tests and measurements. All zero where large blocks
+// come from operator new.
+struct tolk_LargeBlockCounts {
+  size_t fromStock;
+  size_t mappedOnDemand;
+  size_t stocked;
+};
+tolk_LargeBlockCounts tolk_CountLargeBlocks();
 
 // Hands out blocks of up to kMaxBlock bytes, sizes rounded up to 8. Blocks are cut one
 // after another from chunks that grow from 4 KiB to 4 MiB, so records made one after
