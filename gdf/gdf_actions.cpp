@@ -27,7 +27,8 @@ struct TerminalRef {
 
 // Everything a parse keeps between the actions of one statement. One parse
 // at a time per process, like the scanner's state.
-struct ParserState {
+// Whole cache lines of its own, away from the scanning thread's data.
+struct alignas(64) ParserState {
   ZELT_Grid_GDF_ParseToGrid* gdf = nullptr;
   Text curr_context;  // definition, property set, schema, tag or property
   Text curr_instance;
