@@ -2,11 +2,14 @@
 #include "gdf/token_pipe.h"
 
 #include <cstring>
+#include <new>
 
 void gdf_TextArena::Grow(size_t needed) {
   size_t capacity = _capacity > 0 ? _capacity : 4096;
   while (capacity < needed) capacity *= 2;
-  std::unique_ptr<char[]> bytes(new char[capacity]);
+  // A multiple of the line size, as aligned_alloc requires.
+  std::unique_ptr<char, Free> bytes(static_cast<char*>(std::aligned_alloc(64, capacity)));
+  if (bytes == nullptr) throw std::bad_alloc();
   if (_size > 0) memcpy(bytes.get(), _bytes.get(), _size);
   _bytes = std::move(bytes);
   _capacity = capacity;

@@ -3,6 +3,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <cstdlib>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -34,7 +35,8 @@ struct gdf_TokenRecord {
   uint8_t flags;
 };
 
-// Texts one after another; grows by doubling and keeps its room from block to block.
+// Texts one after another; grows by doubling and keeps its room from block to block. Its
+// memory is whole cache lines, which the thread that fills it shares with nobody.
 class gdf_TextArena {
  public:
   // Room for length bytes behind the texts so far; the pointer holds until the next call.
@@ -50,12 +52,16 @@ class gdf_TextArena {
 
  private:
   void Grow(size_t needed);
-  std::unique_ptr<char[]> _bytes;
+  struct Free {
+    void operator()(char* bytes) const { std::free(bytes); }
+  };
+  std::unique_ptr<char, Free> _bytes;
   size_t _size = 0;
   size_t _capacity = 0;
 };
 
-struct gdf_TokenBlock {
+// Aligned to whole cache lines for the same reason.
+struct alignas(64) gdf_TokenBlock {
   std::vector<gdf_TokenRecord> tokens;
   std::vector<gdf_LineRecord> lines;
   gdf_TextArena texts; // the tokens' texts, each with a NUL behind it
