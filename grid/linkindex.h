@@ -102,8 +102,8 @@ class ZELT_Grid_LinkIndex {
     const size_t oldCapacity = Capacity();
     uint64_t* old = _slots;
     const size_t capacity = oldCapacity != 0 ? 2 * oldCapacity : kFirstCapacity;
+    // Large blocks come zero-filled: every slot starts empty.
     _slots = static_cast<uint64_t*>(tolk_AllocateLarge(capacity * sizeof(uint64_t)));
-    memset(_slots, 0, capacity * sizeof(uint64_t));
     _mask = capacity - 1;
     constexpr size_t kRecordsAhead = 16, kKeysAhead = 8;
     for (size_t k = 0; k < oldCapacity; ++k) {
