@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "tolk/assert.h"
 #include "tolk/list.h"
