@@ -54,20 +54,28 @@ std::vector<ZELT_Grid_HEntity> FindBreakers(ZELT_Grid& gm, ZELT_Grid_DefIter& de
 }
 
 // Entities without the property keep UNSET.
-void InitializeCondStateSetSL(ZELT_Grid_CondStateSetSL& cst, ZELT_Grid& gm, ZELT_Grid_DefIter& def,
+int SetCondStatesFromProperty(ZELT_Grid_CondStateSetSL& cst, const ZELT_Grid& gm, const ZELT_Grid_DefIter& def,
                               int normpos_propkey) {
   int count = 0;
-  if (!gm.IsEnd(def)) {
-    for (ZELT_Grid_EntityIter ent = gm.GetFirstEntity(def); !gm.IsEnd(ent); gm.NextEntity(def, ent)) {
-      ZELT_Grid_PropIter prop = gm.GetProperty(def, ent, normpos_propkey);
-      if (gm.IsEnd(prop)) continue;
-      cst.SetState(ent, IsIntegerOne(gm.GetPropertyValue(def, ent, prop)) ? ON : OFF);
-      ++count;
-    }
+  if (gm.IsEnd(def)) return count;
+  for (ZELT_Grid_EntityIter ent = gm.GetFirstEntity(def); !gm.IsEnd(ent); gm.NextEntity(def, ent)) {
+    ZELT_Grid_PropIter prop = gm.GetProperty(def, ent, normpos_propkey);
+    if (gm.IsEnd(prop)) continue;
+    cst.SetState(ent, IsIntegerOne(gm.GetPropertyValue(def, ent, prop)) ? ON : OFF);
+    ++count;
   }
+  return count;
+}
+
+void ReportCondStatesInitialized(int count) {
   fprintf(stderr, "INFO(%s):  Initialized conductivity state for %d entities from NORMALPOSITION_A property.\n",
           "InitializeCondStateSetSL", count);
   fflush(stderr);
+}
+
+void InitializeCondStateSetSL(ZELT_Grid_CondStateSetSL& cst, ZELT_Grid& gm, ZELT_Grid_DefIter& def,
+                              int normpos_propkey) {
+  ReportCondStatesInitialized(SetCondStatesFromProperty(cst, gm, def, normpos_propkey));
 }
 
 bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs, const ZELT_Grid& gm, int& nedges) {

@@ -23,6 +23,12 @@ std::vector<ZELT_Grid_HEntity> FindBreakers(ZELT_Grid& gm, ZELT_Grid_DefIter& de
 // (for the integer 1) or OFF (for any other value), and reports the count.
 void InitializeCondStateSetSL(ZELT_Grid_CondStateSetSL& cst, ZELT_Grid& gm, ZELT_Grid_DefIter& def,
                               int normpos_propkey);
+// The same without the report; returns the count. Only reads the grid, so it may run
+// beside FindBreakers.
+int SetCondStatesFromProperty(ZELT_Grid_CondStateSetSL& cst, const ZELT_Grid& gm, const ZELT_Grid_DefIter& def,
+                              int normpos_propkey);
+// The report of InitializeCondStateSetSL.
+void ReportCondStatesInitialized(int count);
 
 // Writes one "from to" line per pair, in blocks, and counts them in nedges. False
 // as soon as the stream reports a write error; the count then means nothing.
