@@ -24,6 +24,7 @@ void gdf_TokenPipe::Start(Filler fill, bool threaded) {
   while (static_cast<int>(_blocks.size()) < blocks) {
     _blocks.push_back(std::make_unique<gdf_TokenBlock>());
     _blocks.back()->tokens.reserve(kBlockTokens);
+    _blocks.back()->positions.reserve(kBlockTokens);
     // Each token opens at most two lines: its own and the one before.
     _blocks.back()->lines.reserve(2 * kBlockTokens);
   }

@@ -22,15 +22,20 @@ struct gdf_LineRecord {
   char text[kCapacity];
 };
 
-// One token and where the scan stood right after it.
-struct gdf_TokenRecord {
-  enum : uint8_t { kPrevWasEol = 1, kFinished = 2, kReadError = 4 };
+// One token as gdf_lex hands it out. The parser's thread reads one for every token, from
+// memory the scanning thread wrote, so it is kept to 16 bytes.
+struct gdf_TokenValue {
   int32_t code;
   uint32_t text_length; // tokens with a text: value.ival is the text's offset in the block
   GDF_STYPE value;
+};
+
+// Where the scan stood right after a token; read only when somebody asks.
+struct gdf_TokenPosition {
+  enum : uint8_t { kPrevWasEol = 1, kFinished = 2, kReadError = 4 };
   int32_t token_offset;  // clamped to int
-  uint32_t line;         // the current line and the one before, in the block's lines
-  uint32_t old_line;
+  uint16_t line;         // the current line and the one before, in the block's lines
+  uint16_t old_line;
   uint8_t line_length;   // how much of the current line the scan had kept
   uint8_t flags;
 };
@@ -62,7 +67,8 @@ class gdf_TextArena {
 
 // Aligned to whole cache lines for the same reason.
 struct alignas(64) gdf_TokenBlock {
-  std::vector<gdf_TokenRecord> tokens;
+  std::vector<gdf_TokenValue> tokens;
+  std::vector<gdf_TokenPosition> positions; // one per token
   std::vector<gdf_LineRecord> lines;
   gdf_TextArena texts; // the tokens' texts, each with a NUL behind it
   int read_error = 0;      // errno of the failed read that tokens flagged kReadError saw
@@ -70,6 +76,7 @@ struct alignas(64) gdf_TokenBlock {
 
   void Clear() {
     tokens.clear();
+    positions.clear();
     lines.clear();
     texts.Clear();
     read_error = 0;
@@ -85,6 +92,8 @@ class gdf_TokenPipe {
  public:
   using Filler = void (*)(gdf_TokenBlock&);
   static constexpr size_t kBlockTokens = 4096;
+  // Two lines per token at most, numbered in 16 bits.
+  static_assert(2 * kBlockTokens <= 65536);
 
   gdf_TokenPipe() = default;
   ~gdf_TokenPipe() { Stop(); }

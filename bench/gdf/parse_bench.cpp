@@ -84,10 +84,10 @@ void ParseFile(benchmark::State& state, const std::string& path) {
 }
 
 void BM_ParseFeeder(benchmark::State& state) { ParseFile(state, FeederPath()); }
-BENCHMARK(BM_ParseFeeder)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ParseFeeder)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_ParseGenerated(benchmark::State& state) { ParseFile(state, GeneratedFeeder(int(state.range(0)))); }
-BENCHMARK(BM_ParseGenerated)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ParseGenerated)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 
