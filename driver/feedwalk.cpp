@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -170,10 +171,16 @@ int main(int argc, char** argv) {
   // this one looks for the breakers, and the reports follow in their usual order.
   ZELT_Grid_CondStateSetSL cst(gm, root_def);
   int nstates = 0;
-  std::thread states([&] { nstates = SetCondStatesFromProperty(cst, gm, root_def, normpos_propkey); });
+  auto set_states = [&] { nstates = SetCondStatesFromProperty(cst, gm, root_def, normpos_propkey); };
+  std::thread states;
+  try {
+    states = std::thread(set_states);
+  } catch (const std::system_error&) {
+    set_states();  // no second thread to be had: one walk after the other
+  }
   std::vector<ZELT_Grid_HEntity> sources = FindBreakers(gm, root_def, subtype_propkey);
   fprintf(stderr, "INFO %s:  %d DynamicProtectDevice/Breakers were found.\n", kProgram, static_cast<int>(sources.size()));
-  states.join();
+  if (states.joinable()) states.join();
   ReportCondStatesInitialized(nstates);
 
   std::vector<ZELT_Grid_HEntityPair> pairs;

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <new>
+#include <system_error>
 
 void gdf_TextArena::Grow(size_t needed) {
   size_t capacity = _capacity > 0 ? _capacity : 4096;
@@ -31,7 +32,13 @@ void gdf_TokenPipe::Start(Filler fill, bool threaded) {
   _free.clear();
   _full.clear();
   for (int i = 0; i < blocks; ++i) _free.push_back(_blocks[i].get());
-  if (threaded) _thread = std::thread(&gdf_TokenPipe::Produce, this);
+  if (!threaded) return;
+  // Without a thread to be had (a process at its limit) the blocks are filled on demand.
+  try {
+    _thread = std::thread(&gdf_TokenPipe::Produce, this);
+  } catch (const std::system_error&) {
+    _threaded = false;
+  }
 }
 
 void gdf_TokenPipe::Produce() {
