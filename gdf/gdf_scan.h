@@ -19,9 +19,10 @@ void gdf_scan_init(const char* text);
 void gdf_scan_init(const char* bytes, size_t length);
 // Releases the scan's buffers. Call it when a scan is done.
 void gdf_scan_terminate();
-// Inputs of at least this many bytes (1 MiB unless set) are scanned on a second thread,
-// a few thousand tokens ahead of the parser; only regular files and texts qualify. Takes
-// effect at the next gdf_scan_init.
+// Inputs of at least this many bytes (gdf_kScanThreadFrom unless set) are scanned on a
+// second thread, a few thousand tokens ahead of the parser; only regular files and texts
+// qualify. Takes effect at the next gdf_scan_init.
+constexpr int64_t gdf_kScanThreadFrom = int64_t(1) << 20;
 void gdf_scan_thread_from(int64_t bytes);
 
 // Returns the next token's code (0 at end of input, and for a NUL byte between

@@ -3,10 +3,6 @@
 
 #include "gdf/gdf_scan.h"
 
-bool gdf_token_has_text(int code) {
-  return code == GDF_ID || code == GDF_AUX_ID || code == GDF_STRING || code == GDF_SQSTRING;
-}
-
 static gdf_Token take_token(int code) {
   gdf_Token token;
   token.code = code;

@@ -7,6 +7,9 @@
 #include <string_view>
 #include <vector>
 
+// Token codes.
+#include "gdf/gdf_parse.h"
+
 // One token as gdf_lex handed it out, with where the scan stood right after it.
 struct gdf_Token {
   int code = 0;
@@ -27,5 +30,8 @@ std::vector<gdf_Token> gdf_scan_tokens(std::string_view text, gdf_NulHandling nu
 // The same for an open stream, which stays open.
 std::vector<gdf_Token> gdf_scan_tokens(FILE* in, gdf_NulHandling nul = gdf_NulHandling::kEndsInput);
 
-// True for the codes whose value is a text in gdf_lval.strval.
-bool gdf_token_has_text(int code);
+// True for the codes whose value is a text in gdf_lval.strval. Asked for every token that
+// gdf_lex hands out, so kept inline.
+inline bool gdf_token_has_text(int code) {
+  return code == GDF_ID || code == GDF_AUX_ID || code == GDF_STRING || code == GDF_SQSTRING;
+}

@@ -103,11 +103,11 @@ ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
 
 ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def, const char* name) {
   const size_t hash = ZELT_GDF_NameHash()(name);
-  const RecentEntity& recent = _recent_entities[hash % kRecentEntities];
+  RecentEntity& recent = _recent_entities[hash % kRecentEntities];
   if (recent.name != nullptr && recent.hash == hash && recent.def == def && strcmp(recent.name, name) == 0)
     return recent.ent;
   const ZELT_Grid_EntityIter ent = _pgm->GetEntityFromName(def, name);
-  RememberEntity(def, name, ent);
+  if (!_pgm->IsEnd(ent)) recent = {hash, _pgm->GetEntityName(def, ent), def, ent};
   return ent;
 }
 

@@ -29,8 +29,6 @@ void gdf_TokenPipe::Start(Filler fill, bool threaded) {
     // Each token opens at most two lines: its own and the one before.
     _blocks.back()->lines.reserve(2 * kBlockTokens);
   }
-  _free.clear();
-  _full.clear();
   for (int i = 0; i < blocks; ++i) _free.push_back(_blocks[i].get());
   if (!threaded) return;
   // Without a thread to be had (a process at its limit) the blocks are filled on demand.

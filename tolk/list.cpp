@@ -124,8 +124,31 @@ std::vector<tolk_list_link*> CollectLinks(const tolk_list_base& list) {
 
 }  // namespace
 
-tolk_list_link* tolk_SortLinkChain(tolk_list_link* head, tolk_signed n, tolk_list_linkcmp cmp, const void* ctx) {
-  return ChainSorter<tolk_list_link, tolk_list_linkcmp>(cmp, ctx).Sort(head, n);
+void tolk_SortLinkRange(tolk_list_base_iter& first, tolk_list_base_iter& last, tolk_list_linkcmp cmp,
+                        const void* ctx, tolk_list_link** head) {
+  if (first.End() || last.End()) return;
+  tolk_signed n = 1;
+  for (tolk_list_base_iter it = first; it != last; it.Next()) {
+    TOLK_ASSERT(!it.End(), "list sort: the last position does not follow the first");
+    ++n;
+  }
+  const tolk_list_link* end = tolk_list_base_iter::EndLink();
+  tolk_list_link* before = first.position->last;
+  tolk_list_link* after = last.position->next;
+  tolk_list_link* sorted = ChainSorter<tolk_list_link, tolk_list_linkcmp>(cmp, ctx).Sort(first.position, n);
+  tolk_list_link* prev = before;
+  for (tolk_list_link* x = sorted; x; x = x->next) {
+    x->last = prev;
+    if (prev == end)
+      *head = x;
+    else
+      prev->next = x;
+    prev = x;
+  }
+  prev->next = after;
+  if (after != end) after->last = prev;
+  first = tolk_list_base_iter(sorted);
+  last = tolk_list_base_iter(prev);
 }
 
 // ---------------------------------------------------------------------------------------------------------
@@ -212,28 +235,10 @@ void tolk_list_base::TransferList(tolk_list_base& dest) {
   TransferSublist(dest, First(), Last());
 }
 
+// The list's own head and tail links surround every range, so no head pointer is needed.
 void tolk_list_base::RawSort(tolk_list_base_iter& first, tolk_list_base_iter& last, tolk_list_linkcmp cmp,
                              const void* ctx) {
-  if (first.End() || last.End()) return;
-  tolk_signed n = 1;
-  for (tolk_list_base_iter it = first; it != last; it.Next()) {
-    TOLK_ASSERT(!it.End(), "list sort: the last position does not follow the first");
-    ++n;
-  }
-  tolk_list_link* before = first.position->last;
-  tolk_list_link* after = last.position->next;
-  tolk_list_link* sorted = tolk_SortLinkChain(first.position, n, cmp, ctx);
-
-  tolk_list_link* prev = before;
-  for (tolk_list_link* x = sorted; x; x = x->next) {
-    x->last = prev;
-    prev->next = x;
-    prev = x;
-  }
-  prev->next = after;
-  after->last = prev;
-  first = tolk_list_base_iter(sorted);
-  last = tolk_list_base_iter(prev);
+  tolk_SortLinkRange(first, last, cmp, ctx, nullptr);
 }
 
 tolk_list_base_iter tolk_list_base::RawSelect(tolk_signed k, tolk_list_linkcmp cmp, const void* ctx) const {
@@ -252,25 +257,11 @@ tolk_list_base_iter tolk_list_base::RawMedianOfMedians(tolk_list_linkcmp cmp, co
 // tolk_slist_base
 // ---------------------------------------------------------------------------------------------------------
 
-tolk_signed tolk_slist_base::Size() const {
-  tolk_signed n = 0;
-  for (tolk_slist_base_iter it = First(); !it.End(); it.Next()) ++n;
-  return n;
-}
+tolk_signed tolk_slist_base::Size() const { return tolk_headlist::Size(start, Terminator()); }
 
-tolk_slist_link* tolk_slist_base::LastLink() const {
-  tolk_slist_link* link = start;
-  if (link == Terminator()) return link;
-  while (link->next != Terminator()) link = link->next;
-  return link;
-}
+tolk_slist_link* tolk_slist_base::LastLink() const { return tolk_headlist::LastLink(start, Terminator()); }
 
-void tolk_slist_base::RawInsert(tolk_slist_link* link) {
-  link->last = Terminator();
-  link->next = start;
-  if (start != Terminator()) start->last = link;
-  start = link;
-}
+void tolk_slist_base::RawInsert(tolk_slist_link* link) { tolk_headlist::Insert(start, Terminator(), link); }
 
 void tolk_slist_base::RawInsertBefore(tolk_slist_link* link, tolk_slist_base_iter it) {
   if (it.End()) {
@@ -293,27 +284,14 @@ void tolk_slist_base::RawInsertBefore(tolk_slist_link* link, tolk_slist_base_ite
 }
 
 void tolk_slist_base::RawInsertAfter(tolk_slist_link* link, tolk_slist_base_iter it) {
-  if (it.End()) {
+  if (it.End())
     RawInsert(link);
-    return;
-  }
-  tolk_slist_link* pos = it.position;
-  link->last = pos;
-  link->next = pos->next;
-  if (pos->next != Terminator()) pos->next->last = link;
-  pos->next = link;
+  else
+    tolk_headlist::InsertAfter(Terminator(), link, it.position);
 }
 
 tolk_slist_link* tolk_slist_base::RawRemove(tolk_slist_base_iter it) {
-  if (it.End()) return nullptr;
-  tolk_slist_link* link = it.position;
-  if (link->last == Terminator())
-    start = link->next;
-  else
-    link->last->next = link->next;
-  if (link->next != Terminator()) link->next->last = link->last;
-  link->last = link->next = nullptr;
-  return link;
+  return it.End() ? nullptr : tolk_headlist::Remove(start, Terminator(), it.position);
 }
 
 void tolk_slist_base::TransferItem(tolk_slist_base& dest, tolk_slist_base_iter it) {

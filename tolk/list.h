@@ -59,10 +59,61 @@ class tolk_list_base_iter {
 
 inline constinit const tolk_list_link tolk_list_base_iter::endLink{EndLink(), EndLink()};
 
-// Merge-sorts the n links (n >= 1) from head onwards, following their next pointers, into a chain
-// ending in null, and returns its first link; back pointers are left for the caller to relink. Equal
-// elements end up in reverse order.
-tolk_list_link* tolk_SortLinkChain(tolk_list_link* head, tolk_signed n, tolk_list_linkcmp cmp, const void* ctx);
+// Merge-sorts the links from first to last (last must follow first) and links them back in between
+// their former neighbours; first and last come back as the new ends of the range. Equal elements end
+// up in reverse order. When the range starts a list that keeps only a head pointer (the link before it
+// is the shared end link), *head receives the new first link; pass null for lists with a head link.
+void tolk_SortLinkRange(tolk_list_base_iter& first, tolk_list_base_iter& last, tolk_list_linkcmp cmp,
+                        const void* ctx, tolk_list_link** head);
+
+// The pointer work of lists that keep only a head pointer and whose ends rest on one read-only
+// terminator shared by all of them (tolk_slist_base, the graphs' incidence lists). Link has `last`
+// and `next`; `end` is the terminator.
+namespace tolk_headlist {
+
+template <class Link>
+Link* LastLink(Link* first, const Link* end) {
+  Link* link = first;
+  if (link == end) return link;
+  while (link->next != end) link = link->next;
+  return link;
+}
+
+template <class Link>
+tolk_signed Size(const Link* first, const Link* end) {
+  tolk_signed n = 0;
+  for (const Link* link = first; link != end; link = link->next) ++n;
+  return n;
+}
+
+template <class Link>
+void Insert(Link*& first, Link* end, Link* link) {
+  link->last = end;
+  link->next = first;
+  if (first != end) first->last = link;
+  first = link;
+}
+
+template <class Link>
+void InsertAfter(Link* end, Link* link, Link* at) {
+  link->last = at;
+  link->next = at->next;
+  if (at->next != end) at->next->last = link;
+  at->next = link;
+}
+
+template <class Link>
+Link* Remove(Link*& first, Link* end, Link* link) {
+  if (link->last == end)
+    first = link->next;
+  else
+    link->last->next = link->next;
+  if (link->next != end) link->next->last = link->last;
+  link->last = link->next = nullptr;
+  return link;
+}
+
+}  // namespace tolk_headlist
 
 // Untyped doubly linked list over caller-made links; it never allocates or frees a link.
 // Sizes are counted while known; transfers leave them at -1 until Size() recounts.

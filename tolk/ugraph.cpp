@@ -13,9 +13,6 @@ tolk_unsigned GrownLimit(tolk_unsigned used) {
   return static_cast<tolk_unsigned>(std::ceil(static_cast<double>(used) * 1.3));
 }
 
-// Ascending, so that the largest free index is popped first.
-void PushFreeRange(tolk_IndexStack& stack, tolk_unsigned from, tolk_unsigned to) { stack.PushRange(from, to); }
-
 template <class F>
 void ForEachNode(const tolk_ugraph_base& g, F f) {
   for (tolk_UNode n = g.FirstNode(); !n.End(); n.Next()) f(n.Link());
@@ -31,81 +28,28 @@ void ForEachLink(tolk_unode_link* n, F f) {
 // ---------------------------------------------------------------------------------------------
 // Incidence lists
 
-tolk_list_base_iter tolk_uedge_list::Last() const {
-  tolk_list_link* link = first;
-  while (link->next != End()) link = link->next;
-  return tolk_list_base_iter(link);
-}
+tolk_list_base_iter tolk_uedge_list::Last() const { return tolk_list_base_iter(tolk_headlist::LastLink(first, End())); }
 
-tolk_signed tolk_uedge_list::Size() const {
-  tolk_signed n = 0;
-  for (tolk_list_link* link = first; link != End(); link = link->next) ++n;
-  return n;
-}
+tolk_signed tolk_uedge_list::Size() const { return tolk_headlist::Size(first, End()); }
 
-void tolk_uedge_list::RawInsert(tolk_list_link* link) {
-  link->last = End();
-  link->next = first;
-  if (first != End()) first->last = link;
-  first = link;
-}
+void tolk_uedge_list::RawInsert(tolk_list_link* link) { tolk_headlist::Insert(first, End(), link); }
 
-void tolk_uedge_list::RawAppend(tolk_list_link* link) {
-  if (Empty()) {
-    RawInsert(link);
-    return;
-  }
-  RawInsertAfter(link, Last());
-}
+void tolk_uedge_list::RawAppend(tolk_list_link* link) { RawInsertAfter(link, Last()); }
 
 void tolk_uedge_list::RawInsertAfter(tolk_list_link* link, tolk_list_base_iter it) {
-  if (it.End()) {
+  if (it.End())
     RawInsert(link);
-    return;
-  }
-  tolk_list_link* at = it.position;
-  link->last = at;
-  link->next = at->next;
-  if (at->next != End()) at->next->last = link;
-  at->next = link;
+  else
+    tolk_headlist::InsertAfter(End(), link, it.position);
 }
 
 tolk_list_link* tolk_uedge_list::RawRemove(tolk_list_base_iter it) {
-  if (it.End()) return nullptr;
-  tolk_list_link* link = it.position;
-  if (link->last == End())
-    first = link->next;
-  else
-    link->last->next = link->next;
-  if (link->next != End()) link->next->last = link->last;
-  link->last = link->next = nullptr;
-  return link;
+  return it.End() ? nullptr : tolk_headlist::Remove(first, End(), it.position);
 }
 
 void tolk_uedge_list::RawSort(tolk_list_base_iter& from, tolk_list_base_iter& to, tolk_list_linkcmp cmp,
                               const void* ctx) {
-  if (from.End() || to.End()) return;
-  tolk_signed n = 1;
-  for (tolk_list_base_iter it = from; it != to; it.Next()) {
-    TOLK_ASSERT(!it.End(), "edge sort: the last position does not follow the first");
-    ++n;
-  }
-  tolk_list_link* before = from.position->last;
-  tolk_list_link* after = to.position->next;
-  tolk_list_link* sorted = tolk_SortLinkChain(from.position, n, cmp, ctx);
-  tolk_list_link* prev = before;
-  for (tolk_list_link* x = sorted; x; x = x->next) {
-    x->last = prev;
-    if (prev == End())
-      first = x;
-    else
-      prev->next = x;
-    prev = x;
-  }
-  prev->next = after;
-  if (after != End()) after->last = prev;
-  from = tolk_list_base_iter(sorted);
-  to = tolk_list_base_iter(prev);
+  tolk_SortLinkRange(from, to, cmp, ctx, &first);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -337,7 +281,7 @@ void tolk_UAssocArray_Manager::NumberNodes() {
   tolk_unsigned k = 0;
   ForEachNode(*pG, [&](tolk_unode_link* n) { n->name = k++; });
   maxNodeIndex = GrownLimit(k);
-  PushFreeRange(freeNodeIndices, k, maxNodeIndex);
+  freeNodeIndices.PushRange(k, maxNodeIndex);
 }
 
 // Edges are numbered in the order they are first met from either end.
@@ -356,7 +300,7 @@ void tolk_UAssocArray_Manager::NumberEdges() {
     });
   });
   maxEdgeIndex = GrownLimit(k);
-  PushFreeRange(freeEdgeIndices, k, maxEdgeIndex);
+  freeEdgeIndices.PushRange(k, maxEdgeIndex);
 }
 
 tolk_list_base_iter tolk_UAssocArray_Manager::RegisterNodeAssoc(tolk_UNodeAssoc_base* a) {
@@ -411,7 +355,7 @@ void ResizeIndexSpace(AssocList& arrays, tolk_IndexStack& freeIndices, tolk_unsi
     ResizeAll(arrays, nullptr, used, newMax);
   }
   maxIndex = newMax;
-  PushFreeRange(freeIndices, used, newMax);
+  freeIndices.PushRange(used, newMax);
 }
 
 }  // namespace

@@ -109,7 +109,7 @@ void BM_LexGenerated100MB(benchmark::State& state) {
   if (in == nullptr) return state.SkipWithError("cannot write a temporary file");
   gdf_scan_thread_from(state.range(0) ? 0 : INT64_MAX);
   LexStream(state, in);
-  gdf_scan_thread_from(int64_t(1) << 20);
+  gdf_scan_thread_from(gdf_kScanThreadFrom);
 }
 BENCHMARK(BM_LexGenerated100MB)->ArgName("thread")->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
 

@@ -19,7 +19,7 @@ constexpr int64_t kNever = INT64_MAX;
 
 class ScanModes : public testing::Test {
  protected:
-  void TearDown() override { gdf_scan_thread_from(int64_t(1) << 20); }
+  void TearDown() override { gdf_scan_thread_from(gdf_kScanThreadFrom); }
 };
 
 // Everything a token tells the parser, and everything the error report would print after it.
