@@ -1,8 +1,13 @@
 // Breaker discovery, conductivity initialisation and edge output for feedwalk.
 #include "driver/feeder_walk.h"
 
+#include <algorithm>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
 #include <string>
+#include <system_error>
+#include <thread>
 
 #include "grid/util.h"
 
@@ -78,23 +83,101 @@ void InitializeCondStateSetSL(ZELT_Grid_CondStateSetSL& cst, ZELT_Grid& gm, ZELT
   ReportCondStatesInitialized(SetCondStatesFromProperty(cst, gm, def, normpos_propkey));
 }
 
-bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs, const ZELT_Grid& gm, int& nedges) {
-  // Lines gather in a block of about kBlock bytes that goes out in one write.
-  constexpr size_t kBlock = 1 << 16;
-  std::string block;
-  block.reserve(kBlock + 1024);
-  auto flush = [&] {
-    const bool ok = fwrite(block.data(), 1, block.size(), edgefile) == block.size();
-    block.clear();
-    return ok;
-  };
-  for (const ZELT_Grid_HEntityPair& pair : pairs) {
-    ZELT_Grid_Util::AppendHEnt(block, pair.first, gm);
-    block += ' ';
-    ZELT_Grid_Util::AppendHEnt(block, pair.second, gm);
-    block += '\n';
-    ++nedges;
-    if (block.size() >= kBlock && !flush()) return false;
+namespace {
+
+// Pairs go out in chunks of this many: a chunk's text is a few hundred kilobytes.
+constexpr size_t kChunkPairs = 4096;
+
+void FormatChunk(std::string& out, const std::vector<ZELT_Grid_HEntityPair>& pairs, size_t chunk, const ZELT_Grid& gm) {
+  out.clear();
+  const size_t end = std::min(pairs.size(), (chunk + 1) * kChunkPairs);
+  for (size_t i = chunk * kChunkPairs; i < end; ++i) {
+    ZELT_Grid_Util::AppendHEnt(out, pairs[i].first, gm);
+    out += ' ';
+    ZELT_Grid_Util::AppendHEnt(out, pairs[i].second, gm);
+    out += '\n';
   }
-  return flush();
+}
+
+bool WriteText(FILE* edgefile, const std::string& text) {
+  return fwrite(text.data(), 1, text.size(), edgefile) == text.size();
+}
+
+// Formatting a line reads the names of two entities that lie anywhere in the model, so
+// most of the output's time goes to waiting for memory. A helper formats the odd chunks
+// while this thread formats and writes the even ones; it hands each chunk over whole and
+// starts on its next one at once, so that at most three chunks' texts exist at a time.
+class OddChunkFormatter {
+ public:
+  OddChunkFormatter(const std::vector<ZELT_Grid_HEntityPair>& pairs, size_t nchunks, const ZELT_Grid& gm)
+      : _pairs(pairs), _nchunks(nchunks), _gm(gm) {}
+  ~OddChunkFormatter() { Stop(); }
+
+  // False when no thread could be had.
+  bool Start() {
+    try {
+      _thread = std::thread([this] { Run(); });
+    } catch (const std::system_error&) {
+      return false;
+    }
+    return true;
+  }
+  // Swaps the next odd chunk's text into text, waiting for it.
+  void Take(std::string& text) {
+    std::unique_lock<std::mutex> lock(_mutex);
+    _changed.wait(lock, [this] { return _full; });
+    text.swap(_text);
+    _full = false;
+    _changed.notify_one();
+  }
+  void Stop() {
+    {
+      std::lock_guard<std::mutex> lock(_mutex);
+      _stop = true;
+    }
+    _changed.notify_one();
+    if (_thread.joinable()) _thread.join();
+  }
+
+ private:
+  void Run() {
+    std::string text;
+    for (size_t chunk = 1; chunk < _nchunks; chunk += 2) {
+      FormatChunk(text, _pairs, chunk, _gm);
+      std::unique_lock<std::mutex> lock(_mutex);
+      _changed.wait(lock, [this] { return !_full || _stop; });
+      if (_stop) return;
+      text.swap(_text);
+      _full = true;
+      _changed.notify_one();
+    }
+  }
+
+  const std::vector<ZELT_Grid_HEntityPair>& _pairs;
+  const size_t _nchunks;
+  const ZELT_Grid& _gm;
+  std::mutex _mutex;
+  std::condition_variable _changed;
+  std::string _text;   // the odd chunk handed over, while _full
+  bool _full = false;
+  bool _stop = false;
+  std::thread _thread;
+};
+
+}  // namespace
+
+bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs, const ZELT_Grid& gm, int& nedges) {
+  const size_t nchunks = (pairs.size() + kChunkPairs - 1) / kChunkPairs;
+  OddChunkFormatter odd(pairs, nchunks, gm);
+  const bool helped = nchunks > 1 && odd.Start();
+  std::string text;
+  for (size_t chunk = 0; chunk < nchunks; ++chunk) {
+    if (helped && chunk % 2 == 1)
+      odd.Take(text);
+    else
+      FormatChunk(text, pairs, chunk, gm);
+    if (!WriteText(edgefile, text)) return false;
+  }
+  nedges += static_cast<int>(pairs.size());
+  return true;
 }

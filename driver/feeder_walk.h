@@ -30,6 +30,7 @@ int SetCondStatesFromProperty(ZELT_Grid_CondStateSetSL& cst, const ZELT_Grid& gm
 // The report of InitializeCondStateSetSL.
 void ReportCondStatesInitialized(int count);
 
-// Writes one "from to" line per pair, in blocks, and counts them in nedges. False
-// as soon as the stream reports a write error; the count then means nothing.
+// Writes one "from to" line per pair, in chunks that two threads format when there are
+// several, and counts them in nedges. False as soon as the stream reports a write error;
+// the count then means nothing.
 bool WriteEdges(FILE* edgefile, const std::vector<ZELT_Grid_HEntityPair>& pairs, const ZELT_Grid& gm, int& nedges);
