@@ -16,9 +16,12 @@
 // once the line has ended, where the scan stood at its end.
 struct gdf_LineRecord {
   static constexpr int kCapacity = 160;
-  int64_t lineno;
-  int32_t end_offset;
-  int32_t length;
+  // A record is made for every line of the input, and text is written up to its NUL when
+  // the line closes: the rest of the 160 bytes is left as it was rather than cleared.
+  gdf_LineRecord() { text[0] = '\0'; }
+  int64_t lineno = 0;
+  int32_t end_offset = 0;
+  int32_t length = 0;
   char text[kCapacity];
 };
 
