@@ -89,3 +89,8 @@ void gdf_TokenPipe::Stop() {
   _full.clear();
   _free.clear();
 }
+
+void gdf_TokenPipe::Release() {
+  Stop();
+  _blocks.clear();
+}

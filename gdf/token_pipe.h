@@ -108,6 +108,9 @@ class gdf_TokenPipe {
   gdf_TokenBlock* Next(gdf_TokenBlock* done);
   // Ends the filling (waiting for the thread) and gives back every block.
   void Stop();
+  // Stops and frees the blocks; the next Start makes new ones. They are megabytes that a
+  // program holding its model would otherwise keep to the end.
+  void Release();
 
  private:
   // A block written by one core is read by the other; the longer the round, the less often
