@@ -138,8 +138,9 @@ class ZELT_Grid {
                              ZELT_Grid_EntityIter container);
   virtual int RemoveContainerOf(ZELT_Grid_DefIter dit, ZELT_Grid_EntityIter containedentity);
   virtual int RemoveContaineesOf(ZELT_Grid_DefIter dit, ZELT_Grid_EntityIter container);
+  // Taken by value: a value made for the call moves in, and only a kept one is copied.
   virtual ZELT_Grid_PropIter AddProperty(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, int key,
-                                         const ZELT_Grid_PropData& value);
+                                         ZELT_Grid_PropData value);
   virtual int RemoveProperty(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, ZELT_Grid_PropIter it);
   virtual ZELT_Grid_HPropIter AddHProperty(const ZELT_Grid_HEntity& h, int key, const ZELT_Grid_PropData& value);
   virtual int RemoveHProperty(const ZELT_Grid_HEntity& h, ZELT_Grid_HPropIter it);

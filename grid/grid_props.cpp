@@ -1,6 +1,8 @@
 // ZELT_Grid: entity, hierarchical-entity and definition properties, asset classes.
 #include "grid/grid.h"
 
+#include <utility>
+
 namespace {
 
 tolk_PropertySetIter FindKey(const tolk_PropertySet* set, int key) {
@@ -47,8 +49,8 @@ void ZELT_Grid::DropEntityPropLists(ZELT_Grid_DefIter def) {
 }
 
 ZELT_Grid_PropIter ZELT_Grid::AddProperty(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, int key,
-                                          const ZELT_Grid_PropData& value) {
-  return PropList(def, ent).Add(_hier.Records(), key, value);
+                                          ZELT_Grid_PropData value) {
+  return PropList(def, ent).Add(_hier.Records(), key, std::move(value));
 }
 
 // Removes every entry with the key found at it, not only that one.

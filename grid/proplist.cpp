@@ -1,6 +1,8 @@
 // Entity property lists in the record pool.
 #include "grid/proplist.h"
 
+#include <utility>
+
 tolk_PropertySetIter ZELT_Grid_PropList::Find(int key) const {
   tolk_PropertySetIter it = First();
   while (!it.End() && KeyAt(it) != key) it.Next();
@@ -12,8 +14,8 @@ tolk_Property* ZELT_Grid_PropList::Value(int key) const {
   return it.End() ? nullptr : &ValueAt(it);
 }
 
-tolk_PropertySetIter ZELT_Grid_PropList::Add(tolk_RecordPool& pool, int key, const tolk_Property& value) {
-  Link* link = pool.New<Link>(tolk_PropertySet::Entry{key, value});
+tolk_PropertySetIter ZELT_Grid_PropList::Add(tolk_RecordPool& pool, int key, tolk_Property value) {
+  Link* link = pool.New<Link>(tolk_PropertySet::Entry{key, std::move(value)});
   link->last = tolk_slist_base::Terminator();
   link->next = start;
   if (!Empty()) start->last = link;

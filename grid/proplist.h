@@ -19,8 +19,8 @@ class ZELT_Grid_PropList {
   tolk_PropertySetIter Find(int key) const;
   tolk_Property* Value(int key) const;
 
-  // Puts a copy at the front and answers its position.
-  tolk_PropertySetIter Add(tolk_RecordPool& pool, int key, const tolk_Property& value);
+  // Puts the value at the front and answers its position.
+  tolk_PropertySetIter Add(tolk_RecordPool& pool, int key, tolk_Property value);
   // Removes every entry with key; answers how many there were.
   int Remove(tolk_RecordPool& pool, int key);
   void Clear(tolk_RecordPool& pool);
