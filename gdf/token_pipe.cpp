@@ -44,7 +44,7 @@ void gdf_TokenPipe::Produce() {
     gdf_TokenBlock* block;
     {
       std::unique_lock<std::mutex> lock(_mutex);
-      _free_ready.wait(lock, [this] { return _stop || !_free.empty(); });
+      if (_free.empty()) _free_ready.wait(lock, [this] { return _stop || _free.size() >= kRefillBlocks; });
       if (_stop) return;
       block = _free.front();
       _free.pop_front();
@@ -68,7 +68,7 @@ gdf_TokenBlock* gdf_TokenPipe::Next(gdf_TokenBlock* done) {
   std::unique_lock<std::mutex> lock(_mutex);
   if (done != nullptr) {
     _free.push_back(done);
-    _free_ready.notify_one();
+    if (_free.size() >= kRefillBlocks) _free_ready.notify_one();
   }
   _full_ready.wait(lock, [this] { return !_full.empty(); });
   gdf_TokenBlock* block = _full.front();
