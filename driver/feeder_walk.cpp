@@ -6,10 +6,10 @@
 #include <cstring>
 #include <mutex>
 #include <string>
-#include <system_error>
 #include <thread>
 
 #include "grid/util.h"
+#include "tolk/thread.h"
 
 namespace {
 
@@ -115,12 +115,7 @@ class OddChunkFormatter {
 
   // False when no thread could be had.
   bool Start() {
-    try {
-      _thread = std::thread([this] { Run(); });
-    } catch (const std::system_error&) {
-      return false;
-    }
-    return true;
+    return tolk_TryStartThread(_thread, [this] { Run(); });
   }
   // Swaps the next odd chunk's text into text, waiting for it.
   void Take(std::string& text) {

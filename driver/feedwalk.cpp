@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -17,6 +16,7 @@
 #include "driver/feeder_walk.h"
 #include "gdf/parse_to_grid.h"
 #include "registry/prop_registry.h"
+#include "tolk/thread.h"
 
 namespace {
 
@@ -173,11 +173,7 @@ int main(int argc, char** argv) {
   int nstates = 0;
   auto set_states = [&] { nstates = SetCondStatesFromProperty(cst, gm, root_def, normpos_propkey); };
   std::thread states;
-  try {
-    states = std::thread(set_states);
-  } catch (const std::system_error&) {
-    set_states();  // no second thread to be had: one walk after the other
-  }
+  if (!tolk_TryStartThread(states, set_states)) set_states();  // no second thread: one walk after the other
   std::vector<ZELT_Grid_HEntity> sources = FindBreakers(gm, root_def, subtype_propkey);
   fprintf(stderr, "INFO %s:  %d DynamicProtectDevice/Breakers were found.\n", kProgram, static_cast<int>(sources.size()));
   if (states.joinable()) states.join();

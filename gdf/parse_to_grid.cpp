@@ -107,14 +107,17 @@ ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def
   if (recent.name != nullptr && recent.hash == hash && recent.def == def && strcmp(recent.name, name) == 0)
     return recent.ent;
   const ZELT_Grid_EntityIter ent = _pgm->GetEntityFromName(def, name);
-  if (!_pgm->IsEnd(ent)) recent = {hash, _pgm->GetEntityName(def, ent), def, ent};
+  KeepRecent(hash, def, ent);
   return ent;
 }
 
 void ZELT_Grid_GDF_ParseToGrid::RememberEntity(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_EntityIter ent) {
-  if (_pgm->IsEnd(ent)) return;
-  const size_t hash = ZELT_GDF_NameHash()(name);
-  _recent_entities[hash % kRecentEntities] = {hash, _pgm->GetEntityName(def, ent), def, ent};
+  KeepRecent(ZELT_GDF_NameHash()(name), def, ent);
+}
+
+// The slot keeps the entity's own name, which lives as long as the entity.
+void ZELT_Grid_GDF_ParseToGrid::KeepRecent(size_t hash, ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
+  if (!_pgm->IsEnd(ent)) _recent_entities[hash % kRecentEntities] = {hash, _pgm->GetEntityName(def, ent), def, ent};
 }
 
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::RequireDef(const char* name) {

@@ -201,6 +201,7 @@ class ZELT_Grid_GDF_ParseToGrid {
   void ForgetLookups();
   void ForgetEntityLookup();
   void RememberEntity(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_EntityIter ent);
+  void KeepRecent(size_t hash, ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   const PropLookup& LookUpProp(const char* name);
   void ForgetProp(const char* name);
   void RecordHEnt(const ZELT_Grid_HEntity& hent);

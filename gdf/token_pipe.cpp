@@ -3,7 +3,8 @@
 
 #include <cstring>
 #include <new>
-#include <system_error>
+
+#include "tolk/thread.h"
 
 void gdf_TextArena::Grow(size_t needed) {
   size_t capacity = _capacity > 0 ? _capacity : 4096;
@@ -32,11 +33,7 @@ void gdf_TokenPipe::Start(Filler fill, bool threaded) {
   for (int i = 0; i < blocks; ++i) _free.push_back(_blocks[i].get());
   if (!threaded) return;
   // Without a thread to be had (a process at its limit) the blocks are filled on demand.
-  try {
-    _thread = std::thread(&gdf_TokenPipe::Produce, this);
-  } catch (const std::system_error&) {
-    _threaded = false;
-  }
+  _threaded = tolk_TryStartThread(_thread, [this] { Produce(); });
 }
 
 void gdf_TokenPipe::Produce() {
