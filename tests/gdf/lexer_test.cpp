@@ -77,6 +77,15 @@ TEST(LexerTest, RealsNeedDigitsOnBothSidesOfTheDotOrAnUnsignedExponent) {
             "INT32:-1 ID:e5 INT32:3 '.' '.' INT32:5 DBL:1.5 ID:e INT32:1 ID:e '+' INT32:0 DBL:1.5 EOL");
 }
 
+TEST(LexerTest, ANumberCutShortEndsBeforeTheDotOrExponentAndPositionsStayTrue) {
+  EXPECT_EQ(Positions("3. -4.x 1e+y 2.5E- 7ez"),
+            "INT32:3@1:1 '.'@1:2 INT32:-4@1:5 '.'@1:6 ID:x@1:7 INT32:1@1:9 ID:e@1:10 '+'@1:11 ID:y@1:12 "
+            "DBL:2.5@1:16 ID:E@1:17 '-'@1:18 INT32:7@1:20 ID:ez@1:22 EOL@2:0");
+  // A string whose last character is a lone backslash is no string either.
+  EXPECT_EQ(Positions(R"('ab\ "c\)" "\nz"),
+            R"('''@1:1 ID:ab@1:3 '\'@1:4 '"'@1:6 ID:c@1:7 '\'@1:8 EOL@2:0 ID:z@2:1 EOL@3:0)");
+}
+
 TEST(LexerTest, NullAndDashes) { EXPECT_EQ(Kinds("-- --- - -x"), "NULL NULL '-' '-' '-' ID:x EOL"); }
 
 TEST(LexerTest, DoubleQuotedStringsKeepBackslashPairsAndLineFeeds) {
