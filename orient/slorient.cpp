@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "orient/slbfs.h"
+#include "tolk/assert.h"
 
 ZELT_Grid_HEntity MakeHEntity(const ZELT_Grid& gm, const ZELT_Grid_HEntity& hent, const ZELT_Grid_DefIter& def,
                               const ZELT_Grid_EntityIter& ent) {
@@ -37,19 +38,15 @@ struct EntityWork {
 };
 typedef ZELT_Grid_DefAssoc<EntityWork> WorkSlots;
 
-// Copies the OFF states into the work slots: slot by slot when the state set covers
-// the same definition (its slots are numbered alike), entity by entity otherwise.
-void MarkOffEntities(ZELT_Grid& gm, const ZELT_Grid_DefIter& def, const ZELT_Grid_CondStateSetSL& cst,
-                     WorkSlots& work) {
+// Copies the OFF states into the work slots, slot by slot (both arrays belong to
+// the definition's graph and are numbered alike). A state set over another
+// definition holds no state for these entities: its slots are numbered by
+// another graph, so they would name unrelated entities or lie beyond its array.
+void MarkOffEntities(const ZELT_Grid_DefIter& def, const ZELT_Grid_CondStateSetSL& cst, WorkSlots& work) {
   const ZELT_Grid_DefAssoc<ZELT_Grid_CondState>* states = cst.States();
-  if (states == nullptr) return;
-  if (states->GetDef() == def) {
-    const size_t n = std::min(states->SlotCount(), work.SlotCount());
-    for (size_t i = 0; i < n; ++i) work.Slots()[i].off = states->Slots()[i] == OFF;
-    return;
-  }
-  for (ZELT_Grid_EntityIter e = gm.GetFirstEntity(def); !gm.IsEnd(e); gm.NextEntity(def, e))
-    work[e].off = cst.GetState(e) == OFF;
+  if (states == nullptr || !(states->GetDef() == def)) return;
+  const size_t n = std::min(states->SlotCount(), work.SlotCount());
+  for (size_t i = 0; i < n; ++i) work.Slots()[i].off = states->Slots()[i] == OFF;
 }
 
 struct WorkMarks {
@@ -153,10 +150,11 @@ void ZELT_Grid_SLOrient(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, 
     return;
   }
   const ZELT_Grid_HEntity& first_source = sources[0];
+  TOLK_ASSERT(first_source.GetLength() > 0, "empty source path");
   ZELT_Grid_DefIter first_def = first_source.GetLeafDef(gm);
 
   WorkSlots work(gm, first_def, EntityWork());
-  MarkOffEntities(gm, first_def, cst, work);
+  MarkOffEntities(first_def, cst, work);
   WorkVisitor visitor(gm, first_def, work);
   WorkMarks marks{work};
   ZELT_Grid_SLBFS_Search(gm, sources, visitor, marks);

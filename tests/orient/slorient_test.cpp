@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdint>
 #include <iterator>
 #include <map>
@@ -142,6 +143,26 @@ TEST_F(SLOrientTest, NoSourcesOrSourcesInTwoDefinitionsGiveNothing) {
   m.Wire(other, "S.0-N");
   EXPECT_TRUE(OrientFrom({m.Path(ckt, "S"), m.Path(other, "S")}, cst, &err).empty());
   EXPECT_EQ(err, kDifferingDefsWarning);
+}
+
+// A state set belongs to one definition: over another one it holds no state
+// for the sources' entities, which all conduct.
+//   Feeder:  S --0-- N --0-- A        Other: X0, X1, X2, Y (all OFF)
+TEST_F(SLOrientTest, StatesOfAnotherDefinitionStopNothing) {
+  m.Wire(ckt, "S.0-N A.0-N");
+  ZELT_Grid_DefIter other = m.Circuit("Other");
+  m.Wire(other, "Y.0-X0 Y.1-X1 Y.2-X2");
+  ZELT_Grid_CondStateSetSL other_states(m.gm, other);
+  for (ZELT_Grid_EntityIter e = m.gm.GetFirstEntity(other); !m.gm.IsEnd(e); m.gm.NextEntity(other, e))
+    other_states.SetState(e, OFF);
+  EXPECT_EQ(OrientFrom(Sources({"S"}), other_states), (Lines{"Feeder.S Feeder.A"}));
+}
+
+TEST_F(SLOrientTest, EmptySourcePathIsAnInternalError) {
+  m.Wire(ckt, "S.0-N A.0-N");
+  std::vector<ZELT_Grid_HEntityPair> pairs;
+  std::vector<ZELT_Grid_HEntity> sources(1);
+  EXPECT_EXIT(ZELT_Grid_SLOrient(m.gm, sources, cst, pairs), testing::KilledBySignal(SIGINT), "empty source path");
 }
 
 // Sources inside an instantiated circuit: the search runs in that circuit and
