@@ -104,9 +104,20 @@ static const tolk_instance_base& PathBelow(ZELT_Grid_Graph* g, const ZELT_Grid_C
 
 namespace {
 
-// True when the stored path begins with every step of lead.
+// True when the stored path begins with every step of lead. Directly above the
+// entity (a one-step lead) a connection to the instance as a whole counts too:
+// the hierarchy deletes those with any node of the instantiated graph.
 bool LeadsThrough(const tolk_instance_base& stored, const tolk_instance_base& lead) {
+  if (stored.GetLength() == 0) return lead.GetLength() == 1;
   return stored.GetLength() >= lead.GetLength() && stored.AgreesFrom(0, lead);
+}
+
+// True when some step of path lies in scope.
+bool PassesThrough(const tolk_instance_base& path, const tolk_hgraph_base* scope) {
+  for (int i = 0; i < path.GetLength(); ++i) {
+    if (path[i].pscope == scope) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -127,8 +138,9 @@ void ZELT_Grid::RemoveConnectionsReaching(ZELT_Grid_DefIter def, ZELT_Grid_Entit
       ZELT_Grid_HEntityStep where = g->GetRepresentativeValue(rep);
       ZELT_Grid_Graph* scope = ZELT_Grid_ScopeOf(where);
       RemoveConnectionsThrough(scope, where.node, lead);
-      // A cyclic model would never run out of levels; paths cannot grow further anyway.
-      if (scope->NumOfReps() == 0 || lead.GetLength() >= tolk_MAXPATHLENGTH - 1) continue;
+      // In a cyclic model the levels never run out: one round of the cycle is climbed.
+      if (scope->NumOfReps() == 0 || PassesThrough(lead, scope) || lead.GetLength() >= tolk_MAXPATHLENGTH - 1)
+        continue;
       ZELT_Grid_HEntity longer;
       longer.AppendStep(where);
       longer.Append(lead);

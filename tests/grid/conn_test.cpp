@@ -100,6 +100,50 @@ TEST(GridConnections, RemovingAReachedTerminalCleansEnclosingIndexes) {
   EXPECT_TRUE(c.gm.IsEnd(c.gm.GetFirstConnection(top, bus)));
 }
 
+// A connection to an instance as a whole counts as reaching every entity inside
+// it, so removing any entity of the instantiated definition takes it along; its
+// id must leave the enclosing definition's index with it.
+//
+//   Top:  n --(40)-- i        (i an instance of Sub, which holds x and y)
+TEST(GridConnections, RemovingAnEntityInsideTakesWholeInstanceConnectionsOutOfTheIndex) {
+  ZELT_Grid gm;
+  ZELT_Grid_DefIter sub = gm.AddCircuitDef(1, "Sub");
+  ZELT_Grid_EntityIter x = gm.AddConnNode(sub, 1, "x");
+  gm.AddConnNode(sub, 2, "y");
+  ZELT_Grid_DefIter top = gm.AddCircuitDef(2, "Top");
+  ZELT_Grid_EntityIter i = gm.AddInstance(top, sub, 1, "i");
+  ZELT_Grid_EntityIter n = gm.AddConnNode(top, 2, "n");
+  gm.AddConnection(Path(gm, top, n), Path(gm, top, i), 40);
+  ASSERT_FALSE(gm.IsEnd(gm.GetConntionFromId(top, 40)));  // the id table is made now
+  EXPECT_EQ(gm.RemoveConnNode(sub, x), 0);
+  EXPECT_TRUE(ConnectionIds(gm, top, n).empty());
+  EXPECT_TRUE(gm.IsEnd(gm.GetConntionFromId(top, 40)));
+  // The id is free for a new connection.
+  ZELT_Grid_ConnectionIter again = gm.AddConnection(Path(gm, top, n), Path(gm, top, i), 40);
+  EXPECT_EQ(gm.GetConntionFromId(top, 40).Edge(), again.Edge());
+}
+
+// Instances may form a cycle (nothing forbids it); removing an entity inside one
+// must still finish, and the connections that reach the entity go.
+//
+//   A holds b (an instance of B); B holds a (an instance of A) and x; A: m --(50)-- b.x
+TEST(GridConnections, RemovingAnEntityOfACyclicModelFinishes) {
+  ZELT_Grid gm;
+  ZELT_Grid_DefIter a = gm.AddCircuitDef(1, "A");
+  ZELT_Grid_DefIter b = gm.AddCircuitDef(2, "B");
+  ZELT_Grid_EntityIter bInA = gm.AddInstance(a, b, 1, "b");
+  gm.AddInstance(b, a, 1, "a");
+  ZELT_Grid_EntityIter x = gm.AddConnNode(b, 2, "x");
+  ZELT_Grid_EntityIter m = gm.AddConnNode(a, 2, "m");
+  gm.AddConnection(Path(gm, a, m), Path(gm, a, bInA, x), 50);
+  EXPECT_EQ(gm.RemoveConnNode(b, x), 0);
+  EXPECT_TRUE(ConnectionIds(gm, a, m).empty());
+  EXPECT_TRUE(gm.IsEnd(gm.GetConntionFromId(a, 50)));
+
+  ZELT_Grid_EntityIter self = gm.AddInstance(a, a, 3, "self");
+  EXPECT_EQ(gm.RemoveInst(a, self), 0);
+}
+
 TEST(GridFlattened, LeafConnectionsThenThoseMadeOneLevelUp) {
   Circuit c;
   ZELT_Grid_HEntity leaf = Path(c.gm, c.ckt, c.s1, c.Term(1));
