@@ -1,0 +1,66 @@
+// The builder against its callers' expectations: lookups after the grid changes, and the corners of its statements.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "grid/util.h"
+#include "model_dump.h"
+
+namespace {
+
+const char* const kDrop =
+    "section s {\n"
+    "  elem Load 1\n"
+    "}\n"
+    "ckt Drop P\n"
+    "inst Drop.ld Load\n"
+    "conn Drop.N P ld.0\n"
+    "ckt Feeder\n"
+    "inst Feeder.d1 Drop\n"
+    "inst Feeder.d2 Drop\n"
+    "conn Feeder.B d1.P d2.P\n";
+
+// The grid belongs to the caller, who may change it between parses; what the
+// builder found by name during a parse must not outlive the parse.
+TEST(BuilderAuditTest, NamesResolveInTheGridAsItIsNowAfterAParse) {
+  GdfModel model;
+  bool ok = false;
+  model.Parse(kDrop, &ok);
+  ASSERT_TRUE(ok);
+  ZELT_Grid& grid = model.grid;
+  ZELT_Grid_HEntity hent;
+  model.builder.ParseHEnt("Feeder.d2.P", hent);
+  ASSERT_EQ(hent.GetLength(), 2);
+
+  const ZELT_Grid_DefIter feeder = grid.GetDefFromName("Feeder");
+  ASSERT_TRUE(grid.BeginModify());
+  ASSERT_EQ(grid.RemoveInst(feeder, grid.GetEntityFromName(feeder, "d2")), 0);
+  grid.EndModify();
+  EXPECT_FALSE(model.builder.HaveInst("Feeder", "d2", false));
+  testing::internal::CaptureStderr();
+  model.builder.ParseHEnt("Feeder.d2.P", hent);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Hierarchical entity 'Feeder.d2' does not exist\n");
+  EXPECT_EQ(hent.GetLength(), 0);
+
+  ASSERT_TRUE(grid.BeginModify());
+  ASSERT_EQ(grid.RemoveCircuitDef(feeder), 0);
+  grid.EndModify();
+  EXPECT_FALSE(model.builder.HaveDef("Feeder", false));
+  testing::internal::CaptureStderr();
+  model.builder.ParseHEnt("Feeder.d1", hent);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Hierarchical entity 'Feeder' does not exist\n");
+}
+
+// Properties registered straight in the registry after a parse are seen.
+TEST(BuilderAuditTest, PropertiesRegisteredAfterAParseAreKnown) {
+  GdfModel model;
+  bool ok = true;
+  model.Parse("ckt C T\npropadd C.T P 1\n", &ok);
+  ASSERT_FALSE(ok);
+  EXPECT_EQ(model.builder.CheckProp("P").key, -1);
+  ASSERT_TRUE(model.props.RegisterProp("P", static_cast<int>(ZELT_Grid_ValueType::int32), ZELT_PropType::STATIC));
+  EXPECT_GE(model.builder.CheckProp("P").key, 3);
+  EXPECT_EQ(model.builder.CheckProp("P").type, ZELT_Grid_ValueType::int32);
+}
+
+} // namespace
