@@ -63,4 +63,15 @@ TEST(BuilderAuditTest, PropertiesRegisteredAfterAParseAreKnown) {
   EXPECT_EQ(model.builder.CheckProp("P").type, ZELT_Grid_ValueType::int32);
 }
 
+// A set member without a value type cannot be rebuilt: the process ends.
+TEST(BuilderAuditTest, APropertySetMemberWithoutAValueTypeEndsTheProcess) {
+  GdfModel model;
+  bool ok = false;
+  model.Parse("prop I int32\nckt C T\n", &ok);
+  ASSERT_TRUE(ok);
+  model.props.AddPropToPropSet("S", model.builder.CheckProp("I").key, 0, "1");
+  EXPECT_EXIT(model.builder.AddPropSetadd("C", "T", "S"), testing::ExitedWithCode(1),
+              "^ERROR ZELT_Grid_GDF_ParseToGrid: Unrecognized property data type 0\\.\n$");
+}
+
 } // namespace
