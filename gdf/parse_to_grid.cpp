@@ -303,6 +303,8 @@ bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numel
     if (!_pgm->IsEnd(scope)) ent = FindEntity(scope, elems[i]);
     if (_pgm->IsEnd(scope) || _pgm->IsEnd(ent)) {
       ReportMissingPath(curr_defname, i + 1, elems);
+      // The caller sees how far the name resolved.
+      AssignSteps(_path_steps, hpath);
       return false;
     }
     _path_steps.emplace_back();

@@ -99,7 +99,8 @@ class ZELT_Grid_GDF_ParseToGrid {
 
   // Resolves curr_defname.elems[0].elems[1]... into hpath; false, with a
   // message, when the definition or a step does not exist or a step would
-  // lead through an entity that is not an instance.
+  // lead through an entity that is not an instance. hpath then holds the
+  // steps resolved before the failing one.
   bool FindHEntPath(const char* curr_defname, int numelems, const char** elems, ZELT_Grid_HEntity& hpath);
   // The same for a dotted text whose first piece names the definition.
   void ParseHEnt(const char* text, ZELT_Grid_HEntity& hent);

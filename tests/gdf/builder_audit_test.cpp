@@ -74,4 +74,18 @@ TEST(BuilderAuditTest, APropertySetMemberWithoutAValueTypeEndsTheProcess) {
               "^ERROR ZELT_Grid_GDF_ParseToGrid: Unrecognized property data type 0\\.\n$");
 }
 
+// A name that fails part way leaves the steps resolved before the failing one.
+TEST(BuilderAuditTest, AnUnresolvedNameKeepsTheStepsBeforeIt) {
+  GdfModel model;
+  bool ok = false;
+  model.Parse(kDrop, &ok);
+  ASSERT_TRUE(ok);
+  ZELT_Grid_HEntity hent;
+  const char* names[] = {"d2", "Q", "0"};
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(model.builder.FindHEntPath("Feeder", 3, names, hent));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Hierarchical entity 'Feeder.d2.Q' does not exist\n");
+  EXPECT_EQ(ZELT_Grid_Util::HEntToString(hent, model.grid), "Feeder.d2");
+}
+
 } // namespace
