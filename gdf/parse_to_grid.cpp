@@ -58,6 +58,7 @@ bool ZELT_Grid_GDF_ParseToGrid::BeginParse() {
   }
   // The grid may have changed since the last parse.
   ForgetLookups();
+  _parsing = true;
   gdf_parse_init(this);
   return true;
 }
@@ -70,6 +71,9 @@ bool ZELT_Grid_GDF_ParseToGrid::FinishParse(int* warnings) {
   // The section name was lent by the parser, which lets go of it now.
   gdf_parse_release();
   _curr_section = nullptr;
+  // Once the phase closes the grid is the caller's again.
+  _parsing = false;
+  ForgetLookups();
   _pgm->EndModify();
   return result == 0;
 }
@@ -91,6 +95,7 @@ void ZELT_Grid_GDF_ParseToGrid::ForgetEntityLookup() {
 // type in turn.
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
   if (_def_lookups[0].valid && strcmp(_def_lookups[0].name.c_str(), name) == 0) return _def_lookups[0].def;
+  if (!_parsing) return _pgm->GetDefFromName(name);
   std::swap(_def_lookups[0], _def_lookups[1]);
   DefLookup& lookup = _def_lookups[0];
   if (!lookup.valid || strcmp(lookup.name.c_str(), name) != 0) {
@@ -117,7 +122,7 @@ void ZELT_Grid_GDF_ParseToGrid::RememberEntity(ZELT_Grid_DefIter def, const char
 
 // The slot keeps the entity's own name, which lives as long as the entity.
 void ZELT_Grid_GDF_ParseToGrid::KeepRecent(size_t hash, ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
-  if (!_pgm->IsEnd(ent)) _recent_entities[hash % kRecentEntities] = {hash, _pgm->GetEntityName(def, ent), def, ent};
+  if (_parsing && !_pgm->IsEnd(ent)) _recent_entities[hash % kRecentEntities] = {hash, _pgm->GetEntityName(def, ent), def, ent};
 }
 
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::RequireDef(const char* name) {
@@ -298,6 +303,8 @@ bool ZELT_Grid_GDF_ParseToGrid::FindHEntPath(const char* curr_defname, int numel
     if (!_pgm->IsEnd(scope)) ent = FindEntity(scope, elems[i]);
     if (_pgm->IsEnd(scope) || _pgm->IsEnd(ent)) {
       ReportMissingPath(curr_defname, i + 1, elems);
+      // The caller sees how far the name resolved.
+      AssignSteps(_path_steps, hpath);
       return false;
     }
     _path_steps.emplace_back();

@@ -99,7 +99,8 @@ class ZELT_Grid_GDF_ParseToGrid {
 
   // Resolves curr_defname.elems[0].elems[1]... into hpath; false, with a
   // message, when the definition or a step does not exist or a step would
-  // lead through an entity that is not an instance.
+  // lead through an entity that is not an instance. hpath then holds the
+  // steps resolved before the failing one.
   bool FindHEntPath(const char* curr_defname, int numelems, const char** elems, ZELT_Grid_HEntity& hpath);
   // The same for a dotted text whose first piece names the definition.
   void ParseHEnt(const char* text, ZELT_Grid_HEntity& hent);
@@ -193,7 +194,8 @@ class ZELT_Grid_GDF_ParseToGrid {
   void EnsureTermIds(long nterms);
   // Name lookups, remembered from one call to the next: a statement's checks and
   // its action ask for the same names. Adding definitions forgets them, and so
-  // does every new parse.
+  // does the start and the end of every parse; between parses the caller may
+  // change the grid and the registry, so lookups then are not remembered.
   ZELT_Grid_DefIter FindDef(const char* name);
   ZELT_Grid_EntityIter FindEntity(ZELT_Grid_DefIter def, const char* name);
   ZELT_Grid_DefIter RequireDef(const char* name);
@@ -231,6 +233,7 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_FlowRoleRegistry* _pflowrolereg = nullptr;
   bool _fake_check = false;
   int _input_error = 0;
+  bool _parsing = false; // lookups are remembered only while this is set
 
   // The last definitions and entity looked up by name, and the properties.
   struct DefLookup {
@@ -254,5 +257,6 @@ class ZELT_Grid_GDF_ParseToGrid {
   std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
   // The entry asked for last: a value statement asks for its property three times.
   const std::pair<const std::string, PropLookup>* _last_prop = nullptr;
+  PropLookup _unkept_prop; // what a lookup between parses answered
   std::vector<ZELT_Grid_HEntityStep> _path_steps; // of the name FindHEntPath resolves
 };

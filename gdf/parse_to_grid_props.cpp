@@ -123,7 +123,7 @@ ZELT_Grid_PropData RebuildValue(int type, const char* text) {
 // ---- Registry side ----
 
 // Registrations during a parse go through the builder, which forgets what it
-// knew of the name; every parse starts afresh.
+// knew of the name; every parse starts afresh, and between parses nothing is kept.
 const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpProp(const char* name) {
   TOLK_ASSERT(_pts != nullptr, "GDF builder: no property registry");
   if (_last_prop != nullptr && strcmp(_last_prop->first.c_str(), name) == 0) return _last_prop->second;
@@ -139,6 +139,10 @@ const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpPr
     lookup.kt = {key, ZELT_Grid_ValueType(type)};
     ZELT_Grid_Prop_Iter it = _pts->GetPropFromName(name);
     lookup.time_series = !_pts->IsEnd(it) && _pts->IsTSProperty(it);
+  }
+  if (!_parsing) {
+    _unkept_prop = lookup;
+    return _unkept_prop;
   }
   _last_prop = &*_prop_lookups.emplace(name, lookup).first;
   return _last_prop->second;
