@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "grid/grid.h"
+#include "tolk/assert.h"
 
 bool ZELT_Grid_HEntity::Contains(const tolk_instance_step_base& step) const {
   const tolk_instance_step_base* steps = Steps();
@@ -26,9 +27,16 @@ bool ZELT_Grid_HEntity::SameDef(const ZELT_Grid&, const ZELT_Grid_HEntity& other
   return true;
 }
 
-ZELT_Grid_DefIter ZELT_Grid_HEntity::GetLeafDef(const ZELT_Grid& gm) const { return gm.GetDefIt((*this)[GetLength() - 1]); }
+// An empty path has no last step to read.
+ZELT_Grid_DefIter ZELT_Grid_HEntity::GetLeafDef(const ZELT_Grid& gm) const {
+  TOLK_ASSERT(GetLength() > 0, "GetLeafDef: empty path");
+  return gm.GetDefIt((*this)[GetLength() - 1]);
+}
 
-ZELT_Grid_EntityIter ZELT_Grid_HEntity::GetLeafEnt(const ZELT_Grid& gm) const { return gm.GetEntIt((*this)[GetLength() - 1]); }
+ZELT_Grid_EntityIter ZELT_Grid_HEntity::GetLeafEnt(const ZELT_Grid& gm) const {
+  TOLK_ASSERT(GetLength() > 0, "GetLeafEnt: empty path");
+  return gm.GetEntIt((*this)[GetLength() - 1]);
+}
 
 namespace {
 

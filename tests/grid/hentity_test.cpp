@@ -2,6 +2,8 @@
 // entity sets are checked through the conductivity state set in tests/orient).
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "grid/defassoc.h"
 #include "grid_helpers.h"
 
@@ -70,3 +72,10 @@ TEST(GridAssoc, UnsetDefinitionsReadTheUnsetValueWithoutSlots) {
 }
 
 }  // namespace
+
+TEST(GridHEntity, AnEmptyPathHasNoLeafToAskFor) {
+  Model m;
+  const ZELT_Grid_HEntity empty;
+  EXPECT_EXIT(empty.GetLeafDef(m.gm), testing::KilledBySignal(SIGINT), "GetLeafDef: empty path");
+  EXPECT_EXIT(empty.GetLeafEnt(m.gm), testing::KilledBySignal(SIGINT), "GetLeafEnt: empty path");
+}
