@@ -86,10 +86,10 @@ void ZELT_Grid::AddConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn, 
   Slot(def).conns.Add(ConnIdKeysOf(def), id, conn.Edge()->Alink(), EveryEdge(Graph(def)));
 }
 
-// Only while the entry still names this connection: an older connection with a
-// repeated id must not take the newer one's entry with it.
+// By value, as definition ids: with a repeated id, removing the older connection
+// takes the id out of the index too, and the newer one is then found only by walking.
 void ZELT_Grid::RemoveConnId(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) {
-  Slot(def).conns.Remove(GetConnectionID(def, conn), conn.Edge()->Alink());
+  Slot(def).conns.RemoveKey(GetConnectionID(def, conn));
 }
 
 void ZELT_Grid::RemoveConnIdsOf(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {

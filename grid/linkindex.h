@@ -62,9 +62,33 @@ class ZELT_Grid_LinkIndex {
     for (; _slots[hole] != 0; hole = (hole + 1) & _mask) {
       if (LinkOf(_slots[hole]) == link) break;
     }
+    return EraseAt(hole);
+  }
+
+  // Takes key's entry out, whichever link it points at; false when there is none.
+  bool Erase(const Key& key) {
+    if (_used == 0) return false;
+    const uint64_t hash = _traits.Hash(key);
+    size_t hole = hash & _mask;
+    for (; _slots[hole] != 0; hole = (hole + 1) & _mask) {
+      if (TagOf(_slots[hole]) == Tag(hash) && _traits.Same(_traits.KeyOf(LinkOf(_slots[hole])), key)) break;
+    }
+    return EraseAt(hole);
+  }
+
+  size_t Size() const { return _used; }
+  size_t Capacity() const { return _slots != nullptr ? _mask + 1 : 0; }
+
+ private:
+  static constexpr int kTagShift = 48;
+  static constexpr uint64_t kPointerBits = (uint64_t(1) << kTagShift) - 1;
+  static constexpr size_t kFirstCapacity = 8;
+
+  // Empties the slot at hole, if it is taken. Every following entry whose home does not
+  // lie cyclically in (hole, j] is pulled back: it was probed past the hole and must stay
+  // reachable.
+  bool EraseAt(size_t hole) {
     if (_slots[hole] == 0) return false;
-    // Pull back every following entry whose home does not lie cyclically in (hole, j]:
-    // it was probed past the hole and must stay reachable.
     for (size_t j = (hole + 1) & _mask; _slots[j] != 0; j = (j + 1) & _mask) {
       const size_t home = _traits.Hash(_traits.KeyOf(LinkOf(_slots[j]))) & _mask;
       const bool reachable = hole <= j ? (hole < home && home <= j) : (hole < home || home <= j);
@@ -76,14 +100,6 @@ class ZELT_Grid_LinkIndex {
     --_used;
     return true;
   }
-
-  size_t Size() const { return _used; }
-  size_t Capacity() const { return _slots != nullptr ? _mask + 1 : 0; }
-
- private:
-  static constexpr int kTagShift = 48;
-  static constexpr uint64_t kPointerBits = (uint64_t(1) << kTagShift) - 1;
-  static constexpr size_t kFirstCapacity = 8;
 
   static uint64_t Tag(uint64_t hash) { return hash >> kTagShift; }
   static uint64_t TagOf(uint64_t slot) { return slot >> kTagShift; }
@@ -152,6 +168,11 @@ class ZELT_Grid_DeferredLinkIndex {
   // Takes key's entry out if it names link.
   void Remove(const Key& key, const tolk_list_link* link) {
     if (_table != nullptr) _table->EraseIf(key, link);
+  }
+  // Takes key's entry out whichever link it names. Without a table the keys are those of
+  // the records present, which the caller is about to remove.
+  void RemoveKey(const Key& key) {
+    if (_table != nullptr) _table->Erase(key);
   }
   template <class Walk>
   tolk_list_link* Find(const Traits& traits, const Key& key, Walk walk) {

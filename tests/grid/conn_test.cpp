@@ -64,11 +64,15 @@ TEST(GridConnections, IdIndexFollowsRemovalsAndRepeats) {
   EXPECT_TRUE(c.gm.IsEnd(c.gm.GetConntionFromId(c.ckt, 21)));
   EXPECT_EQ(ConnectionIds(c.gm, c.ckt, c.n2), (Ids{22}));
 
-  // A repeated id points at the newer connection; removing the older keeps it.
+  // A repeated id points at the newer connection. Ids leave the index by value:
+  // removing the older connection takes the id out, and the newer one stays in
+  // its entities' lists without an index entry.
   ZELT_Grid_ConnectionIter older = c.gm.GetConntionFromId(c.ckt, 22);
   ZELT_Grid_ConnectionIter newer = c.Join(c.s2, 1, c.n1, 22);
-  EXPECT_EQ(c.gm.RemoveConnection(c.ckt, older), 0);
   EXPECT_EQ(c.gm.GetConntionFromId(c.ckt, 22).Edge(), newer.Edge());
+  EXPECT_EQ(c.gm.RemoveConnection(c.ckt, older), 0);
+  EXPECT_TRUE(c.gm.IsEnd(c.gm.GetConntionFromId(c.ckt, 22)));
+  EXPECT_EQ(ConnectionIds(c.gm, c.ckt, c.n1), (Ids{22, 20}));
 
   // Removing an entity takes its connections' ids along.
   EXPECT_EQ(c.gm.RemoveConnNode(c.ckt, c.n1), 0);

@@ -26,12 +26,13 @@ struct CrowdedKeys {
 
 typedef ZELT_Grid_LinkIndex<CrowdedKeys> Index;
 
-TEST(GridLinkIndex, RandomSetsAndErasesMatchTheModel) {
+TEST(GridLinkIndex, RandomSetsAndBothKindsOfErasesMatchTheModel) {
   std::deque<Record> records;  // several records may carry one key; the newest Set wins
   Index index(CrowdedKeys{});
   Record stranger(0);
   EXPECT_EQ(index.Find(0), nullptr);  // an index without a table yet
   EXPECT_FALSE(index.EraseIf(0, &stranger));
+  EXPECT_FALSE(index.Erase(0));
   std::unordered_map<long, Record*> model;
   std::mt19937_64 rng(7);
   for (int step = 0; step < 20000; ++step) {
@@ -40,6 +41,9 @@ TEST(GridLinkIndex, RandomSetsAndErasesMatchTheModel) {
       Record* r = &records.emplace_back(key);
       index.Set(key, r);
       model[key] = r;
+    } else if (rng() % 3 == 0) {
+      // By key, whichever record the entry names.
+      EXPECT_EQ(index.Erase(key), model.erase(key) == 1) << "step " << step;
     } else {
       // The record the key's entry names, or some other record.
       auto at = model.find(key);
