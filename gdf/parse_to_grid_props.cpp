@@ -353,6 +353,9 @@ bool ZELT_Grid_GDF_ParseToGrid::ApplyPropSet(const char* propset, const char* ta
   const std::string set = propset;
   for (ZELT_PropsetIter it = _pts->GetFirstProp(set); !_pts->IsEnd(set, it); _pts->Next(it)) {
     const int key = _pts->GetPropKey(it);
+    // Rebuilt first: a member that cannot be rebuilt ends the process even where the
+    // target has its key already.
+    ZELT_Grid_PropData value = RebuildValue(_pts->GetPropType(it), _pts->GetPropValueStr(it));
     if (!taken.insert(key).second) {
       std::string name;
       _pts->GetPropertyName(key, name);
@@ -368,7 +371,6 @@ bool ZELT_Grid_GDF_ParseToGrid::ApplyPropSet(const char* propset, const char* ta
       fflush(stderr);
       return false;
     }
-    ZELT_Grid_PropData value = RebuildValue(_pts->GetPropType(it), _pts->GetPropValueStr(it));
     add(key, value);
     ++count;
   }

@@ -72,6 +72,11 @@ TEST(BuilderAuditTest, APropertySetMemberWithoutAValueTypeEndsTheProcess) {
   model.props.AddPropToPropSet("S", model.builder.CheckProp("I").key, 0, "1");
   EXPECT_EXIT(model.builder.AddPropSetadd("C", "T", "S"), testing::ExitedWithCode(1),
               "^ERROR ZELT_Grid_GDF_ParseToGrid: Unrecognized property data type 0\\.\n$");
+  // The value is rebuilt before the target is asked whether it has the key already.
+  model.Parse("propadd C.T I 5\n", &ok);
+  ASSERT_TRUE(ok);
+  EXPECT_EXIT(model.builder.AddPropSetadd("C", "T", "S"), testing::ExitedWithCode(1),
+              "^ERROR ZELT_Grid_GDF_ParseToGrid: Unrecognized property data type 0\\.\n$");
 }
 
 // A name that fails part way leaves the steps resolved before the failing one.
