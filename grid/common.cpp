@@ -34,12 +34,14 @@ bool IsBlankText(const char* begin, const char* end) {
   return true;
 }
 
+// What the stream's extraction leaves: 0 for a piece that is no number, the
+// type's largest or smallest value for one out of its range.
 template <class T>
 T ReadNumber(const char* begin, const char* end) {
   std::istringstream in(std::string(begin, end));
   T value{};
   in >> value;
-  return in.fail() ? T{} : value;
+  return value;
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cfloat>
+#include <climits>
 #include <memory>
 
 namespace {
@@ -46,6 +48,14 @@ TEST(GridCommon, StringToNumReadsListsOfEachType) {
   auto [k, reals] = Parse<double>("[2.5]");
   ASSERT_EQ(k, 1);
   EXPECT_DOUBLE_EQ(reals[0], 2.5);
+  // Out of range, a piece reads as the nearest end of the type's range.
+  auto [o, clamped] = Parse<int>("[99999999999,-99999999999]");
+  ASSERT_EQ(o, 2);
+  EXPECT_EQ(clamped[0], INT_MAX);
+  EXPECT_EQ(clamped[1], INT_MIN);
+  auto [h, huge] = Parse<double>("[1e999]");
+  ASSERT_EQ(h, 1);
+  EXPECT_EQ(huge[0], DBL_MAX);
 }
 
 TEST(GridCommon, StringToNumEmptyAndMalformedLists) {
