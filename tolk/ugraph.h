@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <type_traits>
 #include <vector>
@@ -318,9 +319,9 @@ class tolk_uassoc_slots : public Base {
     }
     T* q = NewSlots(newMax + 1);
     if (size > used) {
-      for (tolk_unsigned i = 0; i < used; ++i) q[i] = p[*names[i]];
+      for (tolk_unsigned i = 0; i < used; ++i) CopySlot(q[i], p[*names[i]]);
     } else {
-      for (tolk_unsigned i = 0; i < size; ++i) q[i] = p[i];
+      for (tolk_unsigned i = 0; i < size; ++i) CopySlot(q[i], p[i]);
     }
     FreeSlots(p);
     p = q;
@@ -330,6 +331,15 @@ class tolk_uassoc_slots : public Base {
  private:
   static constexpr bool kBytewise = std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>;
 
+  // A slot may never have been written (slots of new elements start uninitialised):
+  // values that move bytewise go as bytes, so that such a slot is carried along without
+  // being read as a T (an indeterminate bool or enum is undefined behaviour to load).
+  static void CopySlot(T& to, const T& from) {
+    if constexpr (kBytewise)
+      std::memcpy(static_cast<void*>(&to), static_cast<const void*>(&from), sizeof(T));
+    else
+      to = from;
+  }
   // Default-initialises slots [from, to), as new T[] would.
   static void InitSlots(T* slots, tolk_unsigned from, tolk_unsigned to) {
     for (tolk_unsigned i = from; i < to; ++i) ::new (slots + i) T;
