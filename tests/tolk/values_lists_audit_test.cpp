@@ -1,5 +1,5 @@
-// Second look at typed values, byte fields, the assertion stop, lists and queues: the cases the
-// per-container tests leave out.
+// Second look at typed values, byte fields, the assertion stop, the list sorts and the untyped trie: the
+// cases the per-container tests leave out.
 #include <gtest/gtest.h>
 
 #include <csignal>
