@@ -56,8 +56,7 @@ bool ZELT_Grid_GDF_ParseToGrid::BeginParse() {
     fflush(stderr);
     return false;
   }
-  // The grid may have changed since the last parse.
-  ForgetLookups();
+  // Nothing was remembered since the last parse ended (see FinishParse).
   _parsing = true;
   gdf_parse_init(this);
   return true;

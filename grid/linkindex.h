@@ -34,22 +34,15 @@ class ZELT_Grid_LinkIndex {
   // The link stored for key, or null.
   tolk_list_link* Find(const Key& key) const {
     if (_used == 0) return nullptr;
-    const uint64_t hash = _traits.Hash(key);
-    for (size_t i = hash & _mask; _slots[i] != 0; i = (i + 1) & _mask) {
-      if (TagOf(_slots[i]) == Tag(hash) && _traits.Same(_traits.KeyOf(LinkOf(_slots[i])), key))
-        return LinkOf(_slots[i]);
-    }
-    return nullptr;
+    const uint64_t slot = _slots[SlotOf(key, _traits.Hash(key))];
+    return slot != 0 ? LinkOf(slot) : nullptr;
   }
 
   // Points key at link (not null), whose key it must be.
   void Set(const Key& key, tolk_list_link* link) {
     if (4 * (_used + 1) > 3 * Capacity()) Grow();
     const uint64_t hash = _traits.Hash(key);
-    size_t i = hash & _mask;
-    for (; _slots[i] != 0; i = (i + 1) & _mask) {
-      if (TagOf(_slots[i]) == Tag(hash) && _traits.Same(_traits.KeyOf(LinkOf(_slots[i])), key)) break;
-    }
+    const size_t i = SlotOf(key, hash);
     if (_slots[i] == 0) ++_used;
     _slots[i] = Pack(hash, link);
   }
@@ -68,12 +61,7 @@ class ZELT_Grid_LinkIndex {
   // Takes key's entry out, whichever link it points at; false when there is none.
   bool Erase(const Key& key) {
     if (_used == 0) return false;
-    const uint64_t hash = _traits.Hash(key);
-    size_t hole = hash & _mask;
-    for (; _slots[hole] != 0; hole = (hole + 1) & _mask) {
-      if (TagOf(_slots[hole]) == Tag(hash) && _traits.Same(_traits.KeyOf(LinkOf(_slots[hole])), key)) break;
-    }
-    return EraseAt(hole);
+    return EraseAt(SlotOf(key, _traits.Hash(key)));
   }
 
   size_t Size() const { return _used; }
@@ -83,6 +71,15 @@ class ZELT_Grid_LinkIndex {
   static constexpr int kTagShift = 48;
   static constexpr uint64_t kPointerBits = (uint64_t(1) << kTagShift) - 1;
   static constexpr size_t kFirstCapacity = 8;
+
+  // The slot that holds key, or the empty slot that ends its probe run.
+  size_t SlotOf(const Key& key, uint64_t hash) const {
+    size_t i = hash & _mask;
+    for (; _slots[i] != 0; i = (i + 1) & _mask) {
+      if (TagOf(_slots[i]) == Tag(hash) && _traits.Same(_traits.KeyOf(LinkOf(_slots[i])), key)) break;
+    }
+    return i;
+  }
 
   // Empties the slot at hole, if it is taken. Every following entry whose home does not
   // lie cyclically in (hole, j] is pulled back: it was probed past the hole and must stay
