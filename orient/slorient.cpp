@@ -7,6 +7,7 @@
 
 #include "orient/slbfs.h"
 #include "tolk/assert.h"
+#include "tolk/pool.h"
 
 ZELT_Grid_HEntity MakeHEntity(const ZELT_Grid& gm, const ZELT_Grid_HEntity& hent, const ZELT_Grid_DefIter& def,
                               const ZELT_Grid_EntityIter& ent) {
@@ -160,6 +161,7 @@ void ZELT_Grid_SLOrient(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, 
   ZELT_Grid_SLBFS_Search(gm, sources, visitor, marks);
 
   pairs.reserve(visitor.PairBound());
+  tolk_AdviseHugePages(pairs.data(), pairs.capacity() * sizeof(ZELT_Grid_HEntityPair));
   NodeChainEmitter emitter(gm, first_source, first_def, work, pairs);
   for (ZELT_Grid_EntityIter e = gm.GetFirstEntity(first_def); !gm.IsEnd(e); gm.NextEntity(first_def, e)) {
     if (gm.IsConnNode(first_def, e)) emitter.Emit(e);

@@ -264,6 +264,7 @@ template <class LinkBase, class T>
 struct tolk_ValueLink : LinkBase {
   T data;
   explicit tolk_ValueLink(const T& value) : data(value) {}
+  explicit tolk_ValueLink(T&& value) : data(std::move(value)) {}
 };
 
 template <class T>
