@@ -40,14 +40,6 @@ void* ZeroedFromHeap(size_t bytes) {
   return block;
 }
 
-// The resize of blocks that are not remapped.
-void* MovedToFresh(void* block, size_t oldBytes, size_t newBytes) {
-  void* fresh = tolk_AllocateLarge(newBytes);
-  memcpy(fresh, block, std::min(oldBytes, newBytes));
-  tolk_FreeLarge(block, oldBytes);
-  return fresh;
-}
-
 }  // namespace
 
 #ifdef TOLK_POOL_MAPS_LARGE
@@ -254,20 +246,6 @@ void tolk_FreeLarge(void* block, size_t bytes) {
   munmap(block, RoundUp(bytes, kHugePage));
 }
 
-void* tolk_ReallocateLarge(void* block, size_t oldBytes, size_t newBytes) {
-  if (block == nullptr) return tolk_AllocateLarge(newBytes);
-  if (oldBytes < kHugePage || newBytes < kHugePage) return MovedToFresh(block, oldBytes, newBytes);
-  const size_t oldLength = RoundUp(oldBytes, kHugePage);
-  const size_t newLength = RoundUp(newBytes, kHugePage);
-  // The cut bytes that stay mapped are cleared, so that a later growth adds zeros.
-  if (newBytes < oldBytes) memset(static_cast<char*>(block) + newBytes, 0, std::min(oldBytes, newLength) - newBytes);
-  if (newLength == oldLength) return block;
-  // A block is one mapping (see MapHugeAligned), so it can be remapped whole.
-  void* moved = mremap(block, oldLength, newLength, MREMAP_MAYMOVE);
-  if (moved == MAP_FAILED) throw std::bad_alloc();
-  return moved;
-}
-
 void tolk_AdviseHugePages(void* block, size_t bytes) {
   const size_t start = RoundUp(reinterpret_cast<size_t>(block), kHugePage);
   const size_t end = (reinterpret_cast<size_t>(block) + bytes) / kHugePage * kHugePage;
@@ -284,9 +262,6 @@ tolk_LargeBlockCounts tolk_CountLargeBlocks() {
 
 void* tolk_AllocateLarge(size_t bytes) { return ZeroedFromHeap(bytes); }
 void tolk_FreeLarge(void* block, size_t) { ::operator delete(block); }
-void* tolk_ReallocateLarge(void* block, size_t oldBytes, size_t newBytes) {
-  return block != nullptr ? MovedToFresh(block, oldBytes, newBytes) : tolk_AllocateLarge(newBytes);
-}
 void tolk_AdviseHugePages(void*, size_t) {}
 tolk_LargeBlockCounts tolk_CountLargeBlocks() { return {0, 0, 0}; }
 

@@ -18,16 +18,13 @@
 void* tolk_AllocateLarge(size_t bytes);
 // bytes must be the size the block was allocated with.
 void tolk_FreeLarge(void* block, size_t bytes);
-// Resizes a block of tolk_AllocateLarge (oldBytes as allocated) to newBytes, keeping its
-// first min(oldBytes, newBytes) bytes; the bytes added are zero. A mapped block that stays
-// mapped is remapped rather than copied: its pages move to the new place as they are, so
-// an array grown step by step is never touched again as a whole. Null grows from nothing.
-void* tolk_ReallocateLarge(void* block, size_t oldBytes, size_t newBytes);
 // For big arrays that come from malloc or operator new instead: asks the kernel to back
 // the whole huge pages inside [block, block + bytes) with huge pages when they are first
 // touched. Every 4 KiB page of such an array would otherwise cost a fault of its own, and
 // a fault costs the thread as much as some thousand cache misses. The contents stay as
-// they are. Does nothing where large blocks come from operator new.
+// they are. Does nothing where large blocks come from operator new. Not for arrays that
+// realloc will grow: the advice splits malloc's mapping, and realloc then copies the array
+// instead of remapping it.
 void tolk_AdviseHugePages(void* block, size_t bytes);
 
 // How the requests of 2 MiB and more were met since the program started, and how many

@@ -9,7 +9,6 @@
 
 #include "tolk/comparators.h"
 #include "tolk/list.h"
-#include "tolk/pool.h"
 #include "tolk/types.h"
 
 class tolk_ugraph_base;
@@ -291,10 +290,9 @@ class tolk_UAssocArray_Manager {
 };
 
 // The slot array shared by node and edge arrays: one T per index, resized by the manager.
-// Slots of a type that can be moved bytewise live in large blocks (tolk/pool.h): a big
-// array is backed by huge pages, and it grows by remapping instead of copying, so the
-// pages already touched stay and a graph that grows by 1.3 at a time does not touch its
-// whole history of arrays again.
+// Slots of a type that can be moved bytewise grow with realloc, which remaps a large
+// array instead of copying it: the pages already touched stay, and a graph that grows
+// by 1.3 at a time does not touch its whole history of arrays again.
 template <class T, class Base>
 class tolk_uassoc_slots : public Base {
  public:
@@ -305,13 +303,14 @@ class tolk_uassoc_slots : public Base {
     size = Base::IndexLimit(g) + 1;
     p = NewSlots(size);
   }
-  ~tolk_uassoc_slots() override { FreeSlots(p, size); }
+  ~tolk_uassoc_slots() override { FreeSlots(p); }
 
   void Resize(tolk_unsigned** names, tolk_unsigned used, tolk_unsigned newMax) override {
     if (size < used) return;
     if constexpr (kBytewise) {
       if (size == used) {
-        T* q = static_cast<T*>(tolk_ReallocateLarge(p, size_t(size) * sizeof(T), (size_t(newMax) + 1) * sizeof(T)));
+        T* q = static_cast<T*>(realloc(p, (size_t(newMax) + 1) * sizeof(T)));
+        if (q == nullptr) throw std::bad_alloc();
         InitSlots(q, size, newMax + 1);
         p = q;
         size = newMax + 1;
@@ -324,7 +323,7 @@ class tolk_uassoc_slots : public Base {
     } else {
       for (tolk_unsigned i = 0; i < size; ++i) CopySlot(q[i], p[i]);
     }
-    FreeSlots(p, size);
+    FreeSlots(p);
     p = q;
     size = newMax + 1;
   }
@@ -347,16 +346,17 @@ class tolk_uassoc_slots : public Base {
   }
   static T* NewSlots(tolk_unsigned n) {
     if constexpr (kBytewise) {
-      T* q = static_cast<T*>(tolk_AllocateLarge(size_t(n) * sizeof(T)));
+      T* q = static_cast<T*>(malloc(size_t(n) * sizeof(T)));
+      if (q == nullptr) throw std::bad_alloc();
       InitSlots(q, 0, n);
       return q;
     } else {
       return new T[n];
     }
   }
-  static void FreeSlots(T* slots, tolk_unsigned n) {
+  static void FreeSlots(T* slots) {
     if constexpr (kBytewise)
-      tolk_FreeLarge(slots, size_t(n) * sizeof(T));
+      free(slots);
     else
       delete[] slots;
   }

@@ -1,5 +1,5 @@
 // Tests of the record pool (reuse by size, no overlap across chunks) and of large blocks
-// (zero-filled, distinct across threads, from the stock or mapped on demand, resized).
+// (zero-filled, distinct across threads, from the stock or mapped on demand).
 #include "tolk/pool.h"
 
 #include <gtest/gtest.h>
@@ -208,33 +208,6 @@ TEST(LargeAllocation, ChildOfForkGetsLargeBlocks) {
   }
   ASSERT_TRUE(WIFEXITED(status));
   EXPECT_EQ(WEXITSTATUS(status), 0);
-}
-
-// Through both kinds of block and both directions: small to mapped, remapped larger,
-// cut and grown again inside the same mapping (the cut bytes must come back as zeros),
-// remapped much larger, and back to the heap.
-TEST(LargeAllocation, ResizedBlocksKeepTheirBytesAndAddZeros) {
-  auto pattern = [](size_t i, int round) { return static_cast<unsigned char>((i * 131 + size_t(round)) % 251 + 1); };
-  size_t bytes = 1000;
-  auto* block = static_cast<unsigned char*>(tolk_AllocateLarge(bytes));
-  for (size_t i = 0; i < bytes; ++i) block[i] = pattern(i, 0);
-  const size_t sizes[] = {3 * kMiB + 1, 9 * kMiB, 8 * kMiB + 7, 9 * kMiB + kMiB / 2, 20 * kMiB, 100};
-  int round = 0;
-  for (size_t next : sizes) {
-    block = static_cast<unsigned char*>(tolk_ReallocateLarge(block, bytes, next));
-    const size_t kept = std::min(bytes, next);
-    size_t wrong = 0;
-    for (size_t i = 0; i < kept; ++i) wrong += block[i] != pattern(i, round);
-    EXPECT_EQ(wrong, 0u) << "kept bytes, " << bytes << " to " << next;
-    EXPECT_TRUE(AllBytesAre(block + kept, next - kept, 0)) << "added bytes, " << bytes << " to " << next;
-    ++round;
-    for (size_t i = 0; i < next; ++i) block[i] = pattern(i, round);
-    bytes = next;
-  }
-  tolk_FreeLarge(block, bytes);
-  auto* fresh = static_cast<unsigned char*>(tolk_ReallocateLarge(nullptr, 0, 5 * kMiB));
-  EXPECT_TRUE(AllBytesAre(fresh, 5 * kMiB, 0));
-  tolk_FreeLarge(fresh, 5 * kMiB);
 }
 
 // Like operator new, whichever way the block would have come.
