@@ -106,6 +106,7 @@ ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
 }
 
 ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def, const char* name) {
+  if (!_parsing) return _pgm->GetEntityFromName(def, name);
   const size_t hash = ZELT_GDF_NameHash()(name);
   RecentEntity& recent = _recent_entities[hash % kRecentEntities];
   if (recent.name != nullptr && recent.hash == hash && recent.def == def && strcmp(recent.name, name) == 0)

@@ -194,8 +194,8 @@ class ZELT_Grid_GDF_ParseToGrid {
   void EnsureTermIds(long nterms);
   // Name lookups, remembered from one call to the next: a statement's checks and
   // its action ask for the same names. Adding definitions forgets them, and so
-  // does the start and the end of every parse; between parses the caller may
-  // change the grid and the registry, so lookups then are not remembered.
+  // does the end of every parse; between parses the caller may change the grid
+  // and the registry, so lookups then go to them directly.
   ZELT_Grid_DefIter FindDef(const char* name);
   ZELT_Grid_EntityIter FindEntity(ZELT_Grid_DefIter def, const char* name);
   ZELT_Grid_DefIter RequireDef(const char* name);
