@@ -1,5 +1,6 @@
 // The record pool: carving blocks from chunks and recycling them through per-size free lists;
-// beneath it the large blocks, mapped with huge pages and faulted in ahead by a helper thread.
+// beneath it the large blocks, mapped in whichever page size faults in faster and faulted in
+// ahead by a helper thread.
 #include "tolk/pool.h"
 
 #include <algorithm>
@@ -61,7 +62,7 @@ size_t RoundUp(size_t bytes, size_t unit) { return (bytes + unit - 1) / unit * u
 
 // Mapped with one huge page to spare so that the block can start on a huge-page boundary;
 // the spare ends are unmapped again. Null when the system has no memory to give.
-char* MapHugeAligned(size_t length) {
+char* MapAligned(size_t length, bool huge) {
   void* mapped = mmap(nullptr, length + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapped == MAP_FAILED) return nullptr;
   char* start = reinterpret_cast<char*>(RoundUp(reinterpret_cast<size_t>(mapped), kHugePage));
@@ -69,18 +70,56 @@ char* MapHugeAligned(size_t length) {
   char* mappedEnd = static_cast<char*>(mapped) + length + kHugePage;
   if (start != mapped) munmap(mapped, static_cast<size_t>(start - static_cast<char*>(mapped)));
   if (end != mappedEnd) munmap(end, static_cast<size_t>(mappedEnd - end));
-  madvise(start, length, MADV_HUGEPAGE);
+  madvise(start, length, huge ? MADV_HUGEPAGE : MADV_NOHUGEPAGE);
   return start;
+}
+
+// Which page size fresh blocks get. Huge pages spare a big model's random reads their TLB
+// misses, and usually fault in faster too. But where the host of a virtual machine backs a
+// fresh huge page slowly, one costs several times what its 512 small pages cost: on one such
+// machine a 10^6-device model spent a fifth of all its CPU time in the kernel zeroing huge
+// pages, and with small pages its runs took a tenth less. So the filler times every block it
+// faults in by its own CPU clock, keeps a running cost per byte for each size, and uses huge
+// pages unless they cost more than kHugeAllowance times as much as small ones. Every
+// kProbeEvery-th block takes the other size, so that the figures follow the system.
+constexpr double kHugeAllowance = 2.0;
+constexpr unsigned kProbeEvery = 32;
+
+struct PageSizeChoice {
+  std::atomic<bool> huge{true};  // what blocks mapped now get; read by every thread
+  std::atomic<size_t> blocksFaulted[2] = {0, 0};  // by the filler: [0] small pages, [1] huge
+  double nsPerByte[2] = {0, 0};                     // the filler's figures; 0 until measured
+};
+
+double ThreadCpuNs() {
+  timespec now;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
 // Plain stores rather than MADV_POPULATE_WRITE: a fault holds only the lock of its own
 // mapping, while populating holds the process's map lock, and the requesting thread's
-// own mmap calls would queue behind it.
-char* MapFaultedIn(size_t length) {
-  char* block = MapHugeAligned(length);
+// own mmap calls would queue behind it. Called by the filler only.
+char* MapFaultedIn(PageSizeChoice& pages, size_t length) {
+  const bool preferred = pages.huge.load(std::memory_order_relaxed);
+  const size_t faulted = pages.blocksFaulted[0] + pages.blocksFaulted[1];
+  bool huge = preferred;
+  if (pages.nsPerByte[1] == 0) huge = true;
+  else if (pages.nsPerByte[0] == 0) huge = false;
+  else if (faulted % kProbeEvery == 0) huge = !preferred;
+
+  const double start = ThreadCpuNs();
+  char* block = MapAligned(length, huge);
   if (block == nullptr) return nullptr;
   volatile char* page = block;
   for (size_t at = 0; at < length; at += kSmallPage) page[at] = 0;
+  const double cost = (ThreadCpuNs() - start) / static_cast<double>(length);
+
+  double& figure = pages.nsPerByte[huge];
+  figure = figure == 0 ? cost : (figure + cost) / 2;
+  pages.blocksFaulted[huge].fetch_add(1, std::memory_order_relaxed);
+  if (pages.nsPerByte[0] != 0 && pages.nsPerByte[1] != 0)
+    pages.huge.store(pages.nsPerByte[1] <= kHugeAllowance * pages.nsPerByte[0], std::memory_order_relaxed);
   return block;
 }
 
@@ -107,6 +146,7 @@ struct Stock {
   pthread_t filler{};
   std::atomic<size_t> fromStock{0};
   std::atomic<size_t> mappedOnDemand{0};
+  PageSizeChoice pages;
 };
 
 constinit Stock stock;
@@ -143,7 +183,7 @@ void* RunFiller(void*) {
   while (!stock.closed) {
     if (stock.readyCount < kStockDepth && !stock.dormant) {
       lock.unlock();
-      char* block = MapFaultedIn(kStockBlock);
+      char* block = MapFaultedIn(stock.pages, kStockBlock);
       lock.lock();
       // Out of memory for now: the next request may find some freed.
       if (block == nullptr) stock.dormant = true;
@@ -231,7 +271,7 @@ void* tolk_AllocateLarge(size_t bytes) {
     }
   }
   stock.mappedOnDemand.fetch_add(1, std::memory_order_relaxed);
-  char* block = MapHugeAligned(length);
+  char* block = MapAligned(length, stock.pages.huge.load(std::memory_order_relaxed));
   // As operator new does, so that callers see one behaviour whichever path serves them.
   if (block == nullptr) throw std::bad_alloc();
   return block;
@@ -247,6 +287,7 @@ void tolk_FreeLarge(void* block, size_t bytes) {
 }
 
 void tolk_AdviseHugePages(void* block, size_t bytes) {
+  if (!stock.pages.huge.load(std::memory_order_relaxed)) return;
   const size_t start = RoundUp(reinterpret_cast<size_t>(block), kHugePage);
   const size_t end = (reinterpret_cast<size_t>(block) + bytes) / kHugePage * kHugePage;
   if (end > start) madvise(reinterpret_cast<void*>(start), end - start, MADV_HUGEPAGE);
@@ -255,7 +296,8 @@ void tolk_AdviseHugePages(void* block, size_t bytes) {
 tolk_LargeBlockCounts tolk_CountLargeBlocks() {
   StockLock lock(stock.mutex);
   return {stock.fromStock.load(std::memory_order_relaxed), stock.mappedOnDemand.load(std::memory_order_relaxed),
-          stock.readyCount};
+          stock.readyCount, stock.pages.blocksFaulted[0].load(std::memory_order_relaxed),
+          stock.pages.blocksFaulted[1].load(std::memory_order_relaxed), stock.pages.huge.load(std::memory_order_relaxed)};
 }
 
 #else
@@ -263,7 +305,7 @@ tolk_LargeBlockCounts tolk_CountLargeBlocks() {
 void* tolk_AllocateLarge(size_t bytes) { return ZeroedFromHeap(bytes); }
 void tolk_FreeLarge(void* block, size_t) { ::operator delete(block); }
 void tolk_AdviseHugePages(void*, size_t) {}
-tolk_LargeBlockCounts tolk_CountLargeBlocks() { return {0, 0, 0}; }
+tolk_LargeBlockCounts tolk_CountLargeBlocks() { return {0, 0, 0, 0, 0, false}; }
 
 #endif
 

@@ -5,8 +5,9 @@
 #include <new>
 #include <utility>
 
-// Memory for big arrays and chunks, zero-filled. From 2 MiB on it is mapped directly and
-// the kernel is asked to back it with huge pages: a model of millions of records touches
+// Memory for big arrays and chunks, zero-filled. From 2 MiB on it is mapped directly, in
+// huge pages where the system faults those in no slower than about twice the cost of small
+// ones (the helper below measures both as it goes): a model of millions of records touches
 // hundreds of megabytes once, and page faults would otherwise cost as much as building it.
 // Even so the kernel zeroes every fresh page when it is first touched, so a helper thread,
 // started by the first request of up to 4 MiB (the record pool's chunk size), keeps two
@@ -20,20 +21,24 @@ void* tolk_AllocateLarge(size_t bytes);
 void tolk_FreeLarge(void* block, size_t bytes);
 // For big arrays that come from malloc or operator new instead: asks the kernel to back
 // the whole huge pages inside [block, block + bytes) with huge pages when they are first
-// touched. Every 4 KiB page of such an array would otherwise cost a fault of its own, and
-// a fault costs the thread as much as some thousand cache misses. The contents stay as
-// they are. Does nothing where large blocks come from operator new. Not for arrays that
-// realloc will grow: the advice splits malloc's mapping, and realloc then copies the array
-// instead of remapping it.
+// touched. Every 4 KiB page of such an array would otherwise cost a fault of its own. The
+// contents stay as they are. Does nothing where large blocks come from operator new, or
+// while large blocks get small pages because huge ones fault in slower. Not for arrays
+// that realloc will grow: the advice splits malloc's mapping, and realloc then copies the
+// array instead of remapping it.
 void tolk_AdviseHugePages(void* block, size_t bytes);
 
-// How the requests of 2 MiB and more were met since the program started, and how many
-// faulted-in blocks wait now; for tests and measurements. All zero where large blocks
-// come from operator new.
+// How the requests of 2 MiB and more were met since the program started, how many
+// faulted-in blocks wait now, how many the helper faulted in with each page size, and the
+// page size blocks get now; for tests and measurements. All zero where large blocks come
+// from operator new.
 struct tolk_LargeBlockCounts {
   size_t fromStock;
   size_t mappedOnDemand;
   size_t stocked;
+  size_t faultedInSmallPages;
+  size_t faultedInHugePages;
+  bool hugePages;
 };
 tolk_LargeBlockCounts tolk_CountLargeBlocks();
 

@@ -46,6 +46,9 @@ void BM_ChunkRequestAndFirstWrite(benchmark::State& state) {
   const size_t fromStock = after.fromStock - before.fromStock;
   const size_t requests = fromStock + after.mappedOnDemand - before.mappedOnDemand;
   if (requests != 0) state.counters["from_stock"] = static_cast<double>(fromStock) / static_cast<double>(requests);
+  const size_t huge = after.faultedInHugePages - before.faultedInHugePages;
+  const size_t faulted = huge + after.faultedInSmallPages - before.faultedInSmallPages;
+  if (faulted != 0) state.counters["huge_pages"] = static_cast<double>(huge) / static_cast<double>(faulted);
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(kChunk));
 }
 BENCHMARK(BM_ChunkRequestAndFirstWrite)->Arg(0)->Arg(10)->UseManualTime()->Unit(benchmark::kMicrosecond);

@@ -163,6 +163,23 @@ TEST(LargeAllocation, StockAndOnDemandBlocksAreAlignedZeroedAndWritable) {
   tolk_FreeLarge(block, beyond);
 }
 
+// The helper times both page sizes before it settles on one, and blocks of either size
+// come zeroed and whole.
+TEST(LargeAllocation, HelperFaultsBlocksInWithBothPageSizes) {
+  if (!kLargeBlocksAreMapped) GTEST_SKIP() << "large blocks come from operator new here";
+  auto faulted = [] {
+    const tolk_LargeBlockCounts counts = tolk_CountLargeBlocks();
+    return counts.faultedInSmallPages + counts.faultedInHugePages;
+  };
+  for (int i = 0; i < 10 && faulted() < 4; ++i)
+    ASSERT_TRUE(EventuallyFromStock(4 * kMiB, [](unsigned char* block) {
+      EXPECT_TRUE(AllBytesAre(block, 4 * kMiB, 0));
+      memset(block, 0x77, 4 * kMiB);
+    }));
+  EXPECT_GE(tolk_CountLargeBlocks().faultedInSmallPages, 1u);
+  EXPECT_GE(tolk_CountLargeBlocks().faultedInHugePages, 1u);
+}
+
 // A program that stops asking must not keep faulted-in memory resident for good.
 TEST(LargeAllocation, StockIsGivenBackWhenNoRequestsCome) {
   if (!kLargeBlocksAreMapped) GTEST_SKIP() << "large blocks come from operator new here";
