@@ -113,7 +113,8 @@ char* MapFaultedIn(PageSizeChoice& pages, size_t length) {
   if (block == nullptr) return nullptr;
   volatile char* page = block;
   for (size_t at = 0; at < length; at += kSmallPage) page[at] = 0;
-  const double cost = (ThreadCpuNs() - start) / static_cast<double>(length);
+  // Never 0, which stands for "not measured".
+  const double cost = std::max((ThreadCpuNs() - start) / static_cast<double>(length), 1e-6);
 
   double& figure = pages.nsPerByte[huge];
   figure = figure == 0 ? cost : (figure + cost) / 2;
