@@ -216,7 +216,11 @@ void ZELT_Grid_GDF_ParseToGrid::AddInst(const char* defname, const char* leafnam
 bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_name, int nterm, const char** terms) {
   ZELTLOG(stderr, "%s:%d: parsing conn %s.%s.\n", __FILE_NAME__, __LINE__, defname, conn_name);
   const ZELT_Grid_DefIter def = RequireDef(defname);
-  // Each node and path name is asked for once: the grid's own lookups serve.
+  // Each node and path name is asked for once: the grid's own lookups serve. The
+  // instances a statement names were mostly made long before, so every lookup waits for
+  // memory; touching all of them first lets those waits overlap.
+  _pgm->TouchEntityName(def, conn_name);
+  for (int i = 0; i < nterm; ++i) _pgm->TouchEntityName(def, terms[2 * i] != nullptr ? terms[2 * i] : terms[2 * i + 1]);
   ZELT_Grid_EntityIter node = FindEntity(def, conn_name);
   if (_pgm->IsEnd(node)) {
     // An element definition's only node is its own internal one.

@@ -359,6 +359,11 @@ ZELT_Grid_EntityIter ZELT_Grid::GetEntityFromName(ZELT_Grid_DefIter def, const c
   return node ? ZELT_Grid_EntityIter(tolk_list_base_iter(node)) : ZELT_Grid_EntityIter();
 }
 
+void ZELT_Grid::TouchEntityName(ZELT_Grid_DefIter def, const char* name) const {
+  ZELT_Grid_DefSlot::NameIndex* names = Slot(def).names;
+  if (names != nullptr && IsNontrivial(name)) names->Touch(name);
+}
+
 namespace {
 
 // Every entity of g, for an id table being made.

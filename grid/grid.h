@@ -179,6 +179,9 @@ class ZELT_Grid {
   // The instantiated definition, or the end handle for a leaf.
   ZELT_Grid_DefIter GetDefinition(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
   ZELT_Grid_EntityIter GetEntityFromName(ZELT_Grid_DefIter def, const char* name) const;
+  // Starts fetching what a lookup of name in def reads first; a reader about to look up
+  // several names touches them all before, so that they wait for memory together.
+  void TouchEntityName(ZELT_Grid_DefIter def, const char* name) const;
   ZELT_Grid_EntityIter GetEntityFromId(ZELT_Grid_DefIter def, long id) const;
 
   // Steps of hierarchical entities.
