@@ -213,6 +213,14 @@ void ZELT_Grid_GDF_ParseToGrid::AddInst(const char* defname, const char* leafnam
   RememberEntity(parent, leafname, instance);
 }
 
+// A conn statement's terminals come as pairs (instance, terminal), the instance null for a
+// terminal of the circuit itself: the steps of the i-th terminal's path and their count.
+static const char** TerminalPath(const char** terms, int i, int& length) {
+  const char** pair = terms + 2 * i;
+  length = pair[0] != nullptr ? 2 : 1;
+  return pair + 2 - length;
+}
+
 bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_name, int nterm, const char** terms) {
   ZELTLOG(stderr, "%s:%d: parsing conn %s.%s.\n", __FILE_NAME__, __LINE__, defname, conn_name);
   const ZELT_Grid_DefIter def = RequireDef(defname);
@@ -220,7 +228,8 @@ bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_na
   // instances a statement names were mostly made long before, so every lookup waits for
   // memory; touching all of them first lets those waits overlap.
   _pgm->TouchEntityName(def, conn_name);
-  for (int i = 0; i < nterm; ++i) _pgm->TouchEntityName(def, terms[2 * i] != nullptr ? terms[2 * i] : terms[2 * i + 1]);
+  int length = 0;
+  for (int i = 0; i < nterm; ++i) _pgm->TouchEntityName(def, TerminalPath(terms, i, length)[0]);
   ZELT_Grid_EntityIter node = FindEntity(def, conn_name);
   if (_pgm->IsEnd(node)) {
     // An element definition's only node is its own internal one.
@@ -238,11 +247,10 @@ bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_na
   node_path.AppendStep(node_step);
   ZELT_Grid_HEntity terminal_path;
   for (int i = 0; i < nterm; ++i) {
-    const char** pair = terms + 2 * i;
-    const int length = pair[0] != nullptr ? 2 : 1;
+    const char** path = TerminalPath(terms, i, length);
     // The id is drawn before the path is known to resolve.
     const long id = _keysequence->NewEntityID();
-    if (!FindHEntPath(defname, length, pair + 2 - length, terminal_path)) return false;
+    if (!FindHEntPath(defname, length, path, terminal_path)) return false;
     _pgm->AddConnection(terminal_path, node_path, id);
   }
   return true;

@@ -101,12 +101,10 @@ double ThreadCpuNs() {
 // mapping, while populating holds the process's map lock, and the requesting thread's
 // own mmap calls would queue behind it. Called by the filler only.
 char* MapFaultedIn(PageSizeChoice& pages, size_t length) {
-  const bool preferred = pages.huge.load(std::memory_order_relaxed);
+  // The other size while it has no figure yet, and every kProbeEvery-th block.
   const size_t faulted = pages.blocksFaulted[0] + pages.blocksFaulted[1];
-  bool huge = preferred;
-  if (pages.nsPerByte[1] == 0) huge = true;
-  else if (pages.nsPerByte[0] == 0) huge = false;
-  else if (faulted % kProbeEvery == 0) huge = !preferred;
+  bool huge = pages.huge.load(std::memory_order_relaxed);
+  if (pages.nsPerByte[huge] != 0 && (pages.nsPerByte[!huge] == 0 || faulted % kProbeEvery == 0)) huge = !huge;
 
   const double start = ThreadCpuNs();
   char* block = MapAligned(length, huge);
@@ -298,7 +296,7 @@ tolk_LargeBlockCounts tolk_CountLargeBlocks() {
   StockLock lock(stock.mutex);
   return {stock.fromStock.load(std::memory_order_relaxed), stock.mappedOnDemand.load(std::memory_order_relaxed),
           stock.readyCount, stock.pages.blocksFaulted[0].load(std::memory_order_relaxed),
-          stock.pages.blocksFaulted[1].load(std::memory_order_relaxed), stock.pages.huge.load(std::memory_order_relaxed)};
+          stock.pages.blocksFaulted[1].load(std::memory_order_relaxed)};
 }
 
 #else
@@ -306,7 +304,7 @@ tolk_LargeBlockCounts tolk_CountLargeBlocks() {
 void* tolk_AllocateLarge(size_t bytes) { return ZeroedFromHeap(bytes); }
 void tolk_FreeLarge(void* block, size_t) { ::operator delete(block); }
 void tolk_AdviseHugePages(void*, size_t) {}
-tolk_LargeBlockCounts tolk_CountLargeBlocks() { return {0, 0, 0, 0, 0, false}; }
+tolk_LargeBlockCounts tolk_CountLargeBlocks() { return {0, 0, 0, 0, 0}; }
 
 #endif
 

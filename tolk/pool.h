@@ -29,16 +29,14 @@ void tolk_FreeLarge(void* block, size_t bytes);
 void tolk_AdviseHugePages(void* block, size_t bytes);
 
 // How the requests of 2 MiB and more were met since the program started, how many
-// faulted-in blocks wait now, how many the helper faulted in with each page size, and the
-// page size blocks get now; for tests and measurements. All zero where large blocks come
-// from operator new.
+// faulted-in blocks wait now, and how many the helper faulted in with each page size; for
+// tests and measurements. All zero where large blocks come from operator new.
 struct tolk_LargeBlockCounts {
   size_t fromStock;
   size_t mappedOnDemand;
   size_t stocked;
   size_t faultedInSmallPages;
   size_t faultedInHugePages;
-  bool hugePages;
 };
 tolk_LargeBlockCounts tolk_CountLargeBlocks();
 
