@@ -328,11 +328,6 @@ char*& ZELT_Grid::EntityNameSlot(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent
   return g->IsLeaf(ent) ? g->LeafValue(ent)._pname : g->Value(ent)._pname;
 }
 
-bool ZELT_Grid::IsLeafOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, LeafType type) const {
-  ZELT_Grid_Graph* g = Graph(def);
-  return g->IsLeaf(ent) && g->LeafValue(ent)._type == type;
-}
-
 bool ZELT_Grid::IsInstanceOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, DefType type) const {
   ZELT_Grid_Graph* g = Graph(def);
   return !g->IsLeaf(ent) && g->GetRepGraph(ent)->Info()._type == type;

@@ -191,7 +191,9 @@ class ZELT_Grid {
 
   // Connections of one entity, newest first.
   long GetConnectionID(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) const;
-  ZELT_Grid_ConnectionIter GetFirstConnection(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
+  ZELT_Grid_ConnectionIter GetFirstConnection(ZELT_Grid_DefIter, ZELT_Grid_EntityIter ent) const {
+    return tolk_UEdge::First(ent);
+  }
   void NextConnection(const ZELT_Grid_DefIter&, const ZELT_Grid_EntityIter&, ZELT_Grid_ConnectionIter& conn) const {
     conn.Next();
   }
@@ -201,8 +203,9 @@ class ZELT_Grid {
   ZELT_Grid_EntityIter Head(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) const;
   ZELT_Grid_EntityIter Tail(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter conn) const;
   // The top-level entity at the other end; ent itself for a loop.
-  ZELT_Grid_EntityIter GetConOtherEnd(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent,
-                                      ZELT_Grid_ConnectionIter conn) const;
+  ZELT_Grid_EntityIter GetConOtherEnd(ZELT_Grid_DefIter, ZELT_Grid_EntityIter ent, ZELT_Grid_ConnectionIter conn) const {
+    return ZELT_Grid_Graph::OtherEnd(ent, conn);
+  }
   // The ends as paths from def: the top-level entity and, for an instance, the
   // entity inside it that the connection reaches.
   ZELT_Grid_HEntity HGetConOtherEnd(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent,
@@ -278,7 +281,9 @@ class ZELT_Grid {
   void ReleaseDefinitionData(ZELT_Grid_DefIter def);
   ZELT_Grid_EntityIter AddLeaf(ZELT_Grid_DefIter def, long id, const char* name, LeafType type);
   int RemoveEntity(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
-  bool IsLeafOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, LeafType type) const;
+  bool IsLeafOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, LeafType type) const {
+    return ZELT_Grid_Graph::IsLeaf(ent) && Graph(def)->LeafValue(ent)._type == type;
+  }
   bool IsInstanceOfType(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent, DefType type) const;
   bool IsPrime(ZELT_Grid_Graph* g) const;
   char*& EntityNameSlot(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;

@@ -44,10 +44,6 @@ long ZELT_Grid::GetConnectionID(ZELT_Grid_DefIter def, ZELT_Grid_ConnectionIter 
   return Graph(def)->Value(conn)._id;
 }
 
-ZELT_Grid_ConnectionIter ZELT_Grid::GetFirstConnection(ZELT_Grid_DefIter, ZELT_Grid_EntityIter ent) const {
-  return tolk_UEdge::First(ent);
-}
-
 ZELT_Grid_ConnectionIter ZELT_Grid::GetConntionFromId(ZELT_Grid_DefIter def, long id) const {
   tolk_list_link* link = Slot(def).conns.Find(ConnIdKeysOf(def), id, EveryEdge(Graph(def)));
   return link ? ZELT_Grid_ConnectionIter(tolk_list_base_iter(link)) : ZELT_Grid_ConnectionIter();
@@ -59,11 +55,6 @@ ZELT_Grid_EntityIter ZELT_Grid::Head(ZELT_Grid_DefIter, ZELT_Grid_ConnectionIter
 
 ZELT_Grid_EntityIter ZELT_Grid::Tail(ZELT_Grid_DefIter, ZELT_Grid_ConnectionIter conn) const {
   return ZELT_Grid_Graph::Tail(conn);
-}
-
-ZELT_Grid_EntityIter ZELT_Grid::GetConOtherEnd(ZELT_Grid_DefIter, ZELT_Grid_EntityIter ent,
-                                               ZELT_Grid_ConnectionIter conn) const {
-  return ZELT_Grid_Graph::OtherEnd(ent, conn);
 }
 
 ZELT_Grid_HEntity ZELT_Grid::HGetConOtherEnd(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent,

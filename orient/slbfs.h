@@ -5,10 +5,20 @@
 
 #include "grid/defassoc.h"
 #include "tolk/dqueue.h"
+#include "tolk/pool.h"
+
+// Calls f with the entity at the far end of each connection of e, in the grid's order.
+template <class F>
+void ZELT_Grid_ForConnEnds(const ZELT_Grid& gm, const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& e, F f) {
+  for (ZELT_Grid_ConnectionIter c = gm.GetFirstConnection(def, e); !gm.IsEnd(c); gm.NextConnection(def, e, c)) {
+    f(gm.GetConOtherEnd(def, e, c));
+  }
+}
 
 // The search itself, over any record of which entities it has visited (expanded) and
 // touched (reported as discovered). Marks supplies
-//   bool Visited(e), void SetVisited(e), bool Touched(e), void SetTouched(e).
+//   bool Visited(e), void SetVisited(e), bool Touched(e), void SetTouched(e)
+// and may supply void Prefetch(e), which asks for e's marks ahead of their use.
 template <class Controller, class Marks>
 void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, Controller& controller,
                             Marks& marks) {
@@ -20,21 +30,36 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
     dit = gm.GetDefIt(last);
     queue.Add(gm.GetEntIt(last));
   }
-  // The queue is read through a window of a few entries whose records are fetched
-  // ahead: a search meets entities all over memory, and overlapping their fetches
-  // leaves the order as it is (a queue read through a queue).
-  constexpr int kAhead = 8;
+  // The queue is read through a window of entries fetched ahead in stages: a search
+  // meets entities all over memory, and each read of an expansion waits for the one
+  // before it (the entity's record, its connections, their far ends, the marks of
+  // those). Each stage fetches one of these a few entries before the entry's turn;
+  // the order stays that of the queue.
+  constexpr int kAhead = 12;
+  constexpr int kConnsAt = 9;
+  constexpr int kEndsAt = 6;
+  constexpr int kMarksAt = 3;
   ZELT_Grid_EntityIter window[kAhead];
   int head = 0;
   int ahead = 0;
   auto fill_window = [&] {
     for (; ahead < kAhead && !queue.Empty(); ++ahead) {
       ZELT_Grid_EntityIter next = queue.Get();
-      __builtin_prefetch(next.position);
+      tolk_Prefetch(next.position);
       window[(head + ahead) % kAhead] = next;
     }
   };
+  auto at = [&](int offset) { return window[(head + offset) % kAhead]; };
   for (fill_window(); ahead > 0; fill_window()) {
+    if (ahead > kConnsAt) tolk_Prefetch(gm.GetFirstConnection(dit, at(kConnsAt)).position);
+    if (ahead > kEndsAt) ZELT_Grid_ForConnEnds(gm, dit, at(kEndsAt), [](const ZELT_Grid_EntityIter& end) {
+      tolk_Prefetch(end.position);
+    });
+    if constexpr (requires(ZELT_Grid_EntityIter e) { marks.Prefetch(e); }) {
+      if (ahead > kMarksAt) ZELT_Grid_ForConnEnds(gm, dit, at(kMarksAt), [&](const ZELT_Grid_EntityIter& end) {
+        marks.Prefetch(end);
+      });
+    }
     ZELT_Grid_EntityIter i0 = window[head];
     head = (head + 1) % kAhead;
     --ahead;
@@ -75,6 +100,10 @@ void ZELT_Grid_SLBFS_Base_Multi_Source(ZELT_Grid& gm, std::vector<ZELT_Grid_HEnt
     void SetVisited(const ZELT_Grid_EntityIter& e) { visited[e] = true; }
     bool Touched(const ZELT_Grid_EntityIter& e) const { return touched[e]; }
     void SetTouched(const ZELT_Grid_EntityIter& e) { touched[e] = true; }
+    void Prefetch(const ZELT_Grid_EntityIter& e) const {
+      tolk_Prefetch(&visited[e]);
+      tolk_Prefetch(&touched[e]);
+    }
     ZELT_Grid_DefAssoc<bool>& visited;
     ZELT_Grid_DefAssoc<bool>& touched;
   } marks{visited, touched};

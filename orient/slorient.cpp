@@ -55,6 +55,7 @@ struct WorkMarks {
   void SetVisited(const ZELT_Grid_EntityIter& e) { work[e].visited = true; }
   bool Touched(const ZELT_Grid_EntityIter& e) const { return work[e].touched; }
   void SetTouched(const ZELT_Grid_EntityIter& e) { work[e].touched = true; }
+  void Prefetch(const ZELT_Grid_EntityIter& e) const { tolk_Prefetch(&work[e]); }
   WorkSlots& work;
 };
 
@@ -136,6 +137,28 @@ class NodeChainEmitter {
   std::vector<FinishedNeighbour> _neighbours;  // reused from node to node
 };
 
+// Walks the entities of a definition a fixed number of entities ahead of a loop over
+// them, handing fetch the far ends of each connectivity node it passes.
+template <class Fetch>
+class NodeScout {
+ public:
+  NodeScout(const ZELT_Grid& gm, const ZELT_Grid_DefIter& def, int lead, Fetch fetch)
+      : _gm(gm), _def(def), _at(gm.GetFirstEntity(def)), _fetch(fetch) {
+    for (int i = 0; i < lead && !gm.IsEnd(_at); ++i) gm.NextEntity(def, _at);
+  }
+  void Step() {
+    if (_gm.IsEnd(_at)) return;
+    if (_gm.IsConnNode(_def, _at)) ZELT_Grid_ForConnEnds(_gm, _def, _at, _fetch);
+    _gm.NextEntity(_def, _at);
+  }
+
+ private:
+  const ZELT_Grid& _gm;
+  ZELT_Grid_DefIter _def;
+  ZELT_Grid_EntityIter _at;
+  Fetch _fetch;
+};
+
 }  // namespace
 
 // The search is ZELT_Grid_SLBFS_Base_Multi_Source with VisitorSLOrient, run on one
@@ -163,7 +186,14 @@ void ZELT_Grid_SLOrient(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, 
   pairs.reserve(visitor.PairBound());
   tolk_AdviseHugePages(pairs.data(), pairs.capacity() * sizeof(ZELT_Grid_HEntityPair));
   NodeChainEmitter emitter(gm, first_source, first_def, work, pairs);
+  // Two scouts walk the entities ahead of the emitter: the farther one fetches the
+  // records at the far ends of a node's connections, the nearer one the work slots
+  // of those ends, so that the emitter seldom waits for memory.
+  NodeScout ends_scout(gm, first_def, 8, [](const ZELT_Grid_EntityIter& end) { tolk_Prefetch(end.position); });
+  NodeScout slots_scout(gm, first_def, 3, [&](const ZELT_Grid_EntityIter& end) { tolk_Prefetch(&work[end]); });
   for (ZELT_Grid_EntityIter e = gm.GetFirstEntity(first_def); !gm.IsEnd(e); gm.NextEntity(first_def, e)) {
+    ends_scout.Step();
+    slots_scout.Step();
     if (gm.IsConnNode(first_def, e)) emitter.Emit(e);
   }
 }

@@ -28,6 +28,14 @@ void tolk_FreeLarge(void* block, size_t bytes);
 // array instead of remapping it.
 void tolk_AdviseHugePages(void* block, size_t bytes);
 
+// Asks for the cache line at p ahead of its use; p need not be valid. Unlike a bare
+// __builtin_prefetch it survives a loop that does nothing else, which the
+// compiler would otherwise remove whole.
+inline void tolk_Prefetch(const void* p) {
+  __builtin_prefetch(p);
+  asm volatile("" : : "r"(p));
+}
+
 // How the requests of 2 MiB and more were met since the program started, how many
 // faulted-in blocks wait now, and how many the helper faulted in with each page size; for
 // tests and measurements. All zero where large blocks come from operator new.
