@@ -38,13 +38,12 @@ class ZELT_Grid_LinkIndex {
     return slot != 0 ? LinkOf(slot) : nullptr;
   }
 
-  // Reads the slot where key's probe starts and nothing more. A caller about to look up
-  // several keys touches them all first, so that their cache misses overlap instead of
-  // queueing one behind the other.
+  // Starts fetching the slot where key's probe starts and does nothing more. A caller
+  // about to look up several keys touches them all first, so that their cache misses
+  // overlap instead of queueing one behind the other.
   void Touch(const Key& key) const {
     if (_used == 0) return;
-    const uint64_t slot = _slots[_traits.Hash(key) & _mask];
-    asm volatile("" : : "r"(slot));
+    tolk_Prefetch(&_slots[_traits.Hash(key) & _mask]);
   }
 
   // Points key at link (not null), whose key it must be.
