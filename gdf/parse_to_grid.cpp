@@ -107,10 +107,17 @@ ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::FindDef(const char* name) {
 
 ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def, const char* name) {
   if (!_parsing) return _pgm->GetEntityFromName(def, name);
+  // The slot that answered last, before any hashing: each check of a property
+  // statement asks for the same instance again.
+  if (_last_recent != nullptr && _last_recent->name != nullptr && _last_recent->def == def &&
+      strcmp(_last_recent->name, name) == 0)
+    return _last_recent->ent;
   const size_t hash = ZELT_GDF_NameHash()(name);
   RecentEntity& recent = _recent_entities[hash % kRecentEntities];
-  if (recent.name != nullptr && recent.hash == hash && recent.def == def && strcmp(recent.name, name) == 0)
+  if (recent.name != nullptr && recent.hash == hash && recent.def == def && strcmp(recent.name, name) == 0) {
+    _last_recent = &recent;
     return recent.ent;
+  }
   const ZELT_Grid_EntityIter ent = _pgm->GetEntityFromName(def, name);
   KeepRecent(hash, def, ent);
   return ent;
@@ -122,7 +129,10 @@ void ZELT_Grid_GDF_ParseToGrid::RememberEntity(ZELT_Grid_DefIter def, const char
 
 // The slot keeps the entity's own name, which lives as long as the entity.
 void ZELT_Grid_GDF_ParseToGrid::KeepRecent(size_t hash, ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) {
-  if (_parsing && !_pgm->IsEnd(ent)) _recent_entities[hash % kRecentEntities] = {hash, _pgm->GetEntityName(def, ent), def, ent};
+  if (!_parsing || _pgm->IsEnd(ent)) return;
+  RecentEntity& recent = _recent_entities[hash % kRecentEntities];
+  recent = {hash, _pgm->GetEntityName(def, ent), def, ent};
+  _last_recent = &recent;
 }
 
 ZELT_Grid_DefIter ZELT_Grid_GDF_ParseToGrid::RequireDef(const char* name) {

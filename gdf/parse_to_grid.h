@@ -254,6 +254,9 @@ class ZELT_Grid_GDF_ParseToGrid {
   };
   static constexpr size_t kRecentEntities = 4096;
   std::vector<RecentEntity> _recent_entities{kRecentEntities};
+  // The slot that answered or was filled last. It is checked like any other slot, so
+  // whatever later takes or empties that slot keeps it right.
+  const RecentEntity* _last_recent = nullptr;
   std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
   // The entry asked for last: a value statement asks for its property three times.
   const std::pair<const std::string, PropLookup>* _last_prop = nullptr;
