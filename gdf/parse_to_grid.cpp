@@ -82,7 +82,7 @@ bool ZELT_Grid_GDF_ParseToGrid::FinishParse(int* warnings) {
 void ZELT_Grid_GDF_ParseToGrid::ForgetLookups() {
   for (DefLookup& lookup : _def_lookups) lookup.valid = false;
   ForgetEntityLookup();
-  _last_prop = nullptr;
+  ForgetRecentProps();
   _prop_lookups.clear();
 }
 

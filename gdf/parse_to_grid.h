@@ -258,8 +258,12 @@ class ZELT_Grid_GDF_ParseToGrid {
   // whatever later takes or empties that slot keeps it right.
   const RecentEntity* _last_recent = nullptr;
   std::unordered_map<std::string, PropLookup, ZELT_GDF_NameHash, std::equal_to<>> _prop_lookups;
-  // The entry asked for last: a value statement asks for its property three times.
-  const std::pair<const std::string, PropLookup>* _last_prop = nullptr;
+  // The entries asked for lately, newest first: a value statement asks for its property
+  // three times, and a model's value statements take turns among a few properties.
+  static constexpr int kRecentProps = 4;
+  const std::pair<const std::string, PropLookup>* _recent_props[kRecentProps] = {};
+  void KeepRecentProp(const std::pair<const std::string, PropLookup>* entry);
+  void ForgetRecentProps();
   PropLookup _unkept_prop; // what a lookup between parses answered
   std::vector<ZELT_Grid_HEntityStep> _path_steps; // of the name FindHEntPath resolves
 };

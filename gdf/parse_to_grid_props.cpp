@@ -1,4 +1,5 @@
 // The GDF builder's property side: declarations, property sets, values on entities, paths and definitions, asset classes.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -126,10 +127,15 @@ ZELT_Grid_PropData RebuildValue(int type, const char* text) {
 // knew of the name; every parse starts afresh, and between parses nothing is kept.
 const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpProp(const char* name) {
   TOLK_ASSERT(_pts != nullptr, "GDF builder: no property registry");
-  if (_last_prop != nullptr && strcmp(_last_prop->first.c_str(), name) == 0) return _last_prop->second;
+  for (int i = 0; i < kRecentProps && _recent_props[i] != nullptr; ++i) {
+    if (strcmp(_recent_props[i]->first.c_str(), name) == 0) {
+      std::rotate(_recent_props, _recent_props + i, _recent_props + i + 1);
+      return _recent_props[0]->second;
+    }
+  }
   auto known = _prop_lookups.find(std::string_view(name));
   if (known != _prop_lookups.end()) {
-    _last_prop = &*known;
+    KeepRecentProp(&*known);
     return known->second;
   }
   PropLookup lookup{{-1, ZELT_Grid_ValueType::none}, false};
@@ -144,12 +150,19 @@ const ZELT_Grid_GDF_ParseToGrid::PropLookup& ZELT_Grid_GDF_ParseToGrid::LookUpPr
     _unkept_prop = lookup;
     return _unkept_prop;
   }
-  _last_prop = &*_prop_lookups.emplace(name, lookup).first;
-  return _last_prop->second;
+  KeepRecentProp(&*_prop_lookups.emplace(name, lookup).first);
+  return _recent_props[0]->second;
 }
 
+void ZELT_Grid_GDF_ParseToGrid::KeepRecentProp(const std::pair<const std::string, PropLookup>* entry) {
+  std::copy_backward(_recent_props, _recent_props + kRecentProps - 1, _recent_props + kRecentProps);
+  _recent_props[0] = entry;
+}
+
+void ZELT_Grid_GDF_ParseToGrid::ForgetRecentProps() { std::fill(_recent_props, _recent_props + kRecentProps, nullptr); }
+
 void ZELT_Grid_GDF_ParseToGrid::ForgetProp(const char* name) {
-  _last_prop = nullptr;
+  ForgetRecentProps();
   const auto known = _prop_lookups.find(std::string_view(name));
   if (known != _prop_lookups.end()) _prop_lookups.erase(known);
 }

@@ -396,36 +396,3 @@ TEST(ParseToGridTest, AnUnresolvedNameKeepsTheStepsBeforeIt) {
 }
 
 } // namespace
-
-// The builder remembers the instances it was asked for last; statements that name
-// the same instance name in two circuits in turn must each reach their own.
-TEST(ParseToGridTest, EachPropertyStatementReachesTheInstanceItNames) {
-  GdfModel model;
-  bool ok = true;
-  const std::string printed = model.Parse(
-      "prop I int32\n"
-      "prop J int32\n"
-      "ckt A x\n"
-      "ckt B x y\n"
-      "propadd A.x I 1\n"
-      "propadd B.x I 2\n"
-      "propadd B.y I 3\n"
-      "propadd A.x J 4\n"
-      "propadd B.x I 5\n",
-      &ok);
-  EXPECT_FALSE(ok);
-  EXPECT_EQ(printed, "propadd B.x I\n             ^\nLine 9, Char 13: Property already exists on instance\n");
-  const auto value_of = [&](const char* def, const char* inst, const char* prop) {
-    int key = -1, type = -1;
-    if (!model.props.GetKeyAndType(prop, key, type)) return -2L;
-    const ZELT_Grid_DefIter d = model.grid.GetDefFromName(def);
-    const ZELT_Grid_EntityIter e = model.grid.GetEntityFromName(d, inst);
-    const ZELT_Grid_PropIter it = model.grid.GetProperty(d, e, key);
-    return model.grid.IsEnd(it) ? -1L : static_cast<long>(model.grid.GetPropertyValue(d, e, it).QInt32());
-  };
-  EXPECT_EQ(value_of("A", "x", "I"), 1);
-  EXPECT_EQ(value_of("A", "x", "J"), 4);
-  EXPECT_EQ(value_of("B", "x", "I"), 2);
-  EXPECT_EQ(value_of("B", "x", "J"), -1);
-  EXPECT_EQ(value_of("B", "y", "I"), 3);
-}
