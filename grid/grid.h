@@ -11,6 +11,7 @@
 #include "grid/proplist.h"
 #include "tolk/hgraph_hierarchy.h"
 #include "tolk/patricia.h"
+#include "tolk/pool.h"
 
 typedef tolk_HIERARCHY<ZELT_Grid_GraphData, ZELT_Grid_NodeData, ZELT_Grid_EdgeData, ZELT_Grid_LeafData>
     ZELT_Grid_HierarchyBase;
@@ -169,7 +170,13 @@ class ZELT_Grid {
   long GetEntityID(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
   const char* GetEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
   ZELT_Grid_EntityIter GetFirstEntity(ZELT_Grid_DefIter def) const { return Graph(def)->FirstNode(); }
-  void NextEntity(const ZELT_Grid_DefIter&, ZELT_Grid_EntityIter& ent) const { ent.Next(); }
+  // Fetches ahead as it goes: the entities of a model built in one go lie in memory in
+  // the order of the walk.
+  void NextEntity(const ZELT_Grid_DefIter&, ZELT_Grid_EntityIter& ent) const {
+    const tolk_list_link* left = ent.position;
+    ent.Next();
+    tolk_PrefetchStep(left, ent.position);
+  }
   bool IsEnd(const ZELT_Grid_EntityIter& ent) const { return ent.End(); }
   void SetEnd(ZELT_Grid_EntityIter& ent) const { ent.MakeEnd(); }
   bool IsCircuitInst(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
