@@ -31,6 +31,18 @@ void gdf_scan_thread_from(int64_t bytes);
 // to the caller, who releases it with gdf_text_free.
 int gdf_lex();
 
+// A reader that looks names up may want to fetch their table entries early. With a hint
+// set, gdf_lex shows it the names that inst and conn statements give right after their
+// definition (the instance, or the node and the first name of each terminal), each with
+// the definition's name, in the order of the text and gdf_kNameHintAhead tokens before
+// it hands out the statement's first token (statements near the start of a block of
+// scanned tokens are shown when the block starts). A statement that straddles the end of
+// a block is shown as far as the block holds it. The texts are lent for the call only.
+// A null hint ends the hints; the setting outlives the scan.
+using gdf_NameHint = void (*)(void* context, const char* def, const char* name);
+constexpr size_t gdf_kNameHintAhead = 32;
+void gdf_scan_set_name_hint(gdf_NameHint hint, void* context);
+
 // Token texts: room for length characters and a NUL. They come from a pool of
 // blocks that are reused at once, since a text rarely outlives its statement.
 char* gdf_text_new(size_t length);

@@ -59,11 +59,13 @@ bool ZELT_Grid_GDF_ParseToGrid::BeginParse() {
   // Nothing was remembered since the last parse ended (see FinishParse).
   _parsing = true;
   gdf_parse_init(this);
+  gdf_scan_set_name_hint(&HintName, this);
   return true;
 }
 
 bool ZELT_Grid_GDF_ParseToGrid::FinishParse(int* warnings) {
   const int result = gdf_parse();
+  gdf_scan_set_name_hint(nullptr, nullptr);
   if (warnings != nullptr) *warnings = gdf_parse_get_warnings();
   _input_error = gdf_scan_read_error();
   gdf_scan_terminate();
@@ -121,6 +123,14 @@ ZELT_Grid_EntityIter ZELT_Grid_GDF_ParseToGrid::FindEntity(ZELT_Grid_DefIter def
   const ZELT_Grid_EntityIter ent = _pgm->GetEntityFromName(def, name);
   KeepRecent(hash, def, ent);
   return ent;
+}
+
+// A statement's instances were mostly made long before it, and a new name's slot is
+// anywhere in the table: either way the lookup would wait for memory.
+void ZELT_Grid_GDF_ParseToGrid::HintName(void* context, const char* def, const char* name) {
+  ZELT_Grid_GDF_ParseToGrid& self = *static_cast<ZELT_Grid_GDF_ParseToGrid*>(context);
+  const ZELT_Grid_DefIter d = self.FindDef(def);
+  if (!self._pgm->IsEnd(d)) self._pgm->TouchEntityName(d, name);
 }
 
 void ZELT_Grid_GDF_ParseToGrid::RememberEntity(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_EntityIter ent) {

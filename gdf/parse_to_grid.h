@@ -202,6 +202,8 @@ class ZELT_Grid_GDF_ParseToGrid {
   ZELT_Grid_EntityIter RequireEntity(ZELT_Grid_DefIter def, const char* name);
   void ForgetLookups();
   void ForgetEntityLookup();
+  // The tokenizer's name hint: starts fetching what looking name up in def will read.
+  static void HintName(void* context, const char* def, const char* name);
   void RememberEntity(ZELT_Grid_DefIter def, const char* name, ZELT_Grid_EntityIter ent);
   void KeepRecent(size_t hash, ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent);
   const PropLookup& LookUpProp(const char* name);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "gdf/gdf_scan.h"
 #include "gdf/gdf_tokens.h"
@@ -155,6 +156,51 @@ TEST(LexerTest, NulBytes) {
   // Behind a quote that never closes, scanning resumes and NULs keep their places.
   EXPECT_EQ(Join(gdf_scan_tokens(std::string_view("\"ab\\\n\0x\"\0", 9), gdf_NulHandling::kIsToken), false),
             "'\"' ID:ab '\\' EOL #0 ID:x '\"' #0 EOL");
+}
+
+// What a name hint is shown while text is scanned, as "def.name" items.
+std::string Hints(std::string_view text) {
+  std::string seen;
+  gdf_scan_set_name_hint(
+      [](void* context, const char* def, const char* name) {
+        *static_cast<std::string*>(context) += std::string(def) + "." + name + " ";
+      },
+      &seen);
+  gdf_scan_tokens(text);
+  gdf_scan_set_name_hint(nullptr, nullptr);
+  return seen;
+}
+
+TEST(LexerTest, NameHintsShowTheNamesOfInstAndConnStatements) {
+  EXPECT_EQ(Hints("inst C.a Load\n"
+                  "conn C.n a.0 t b.x\n"
+                  "propadd C.a P 1\n"
+                  "inst C . b Line\n"
+                  "conn C.m\n"
+                  "conn C.k a.\n"
+                  "inst C.c\n"
+                  "inst C\n"
+                  "conn 5.n a.0\n"
+                  "ckt C.d\n"),
+            "C.a C.n C.a C.t C.b C.b C.m C.k C.a C.c ");
+  // Far into a text of many blocks: every statement in order, save those that a block's
+  // end cuts before their names.
+  std::string text;
+  std::vector<std::string> expected;
+  for (int i = 0; i < 6000; ++i) {
+    const std::string n = std::to_string(i);
+    text += "inst D.i" + n + " L\nconn D.n" + n + " x.0 y\n";
+    for (const std::string& item : {"D.i" + n, "D.n" + n, std::string("D.x"), std::string("D.y")}) expected.push_back(item);
+  }
+  std::istringstream seen(Hints(text));
+  size_t matched = 0, at = 0;
+  for (std::string item; seen >> item; ++matched) {
+    while (at < expected.size() && expected[at] != item) ++at;
+    ASSERT_LT(at++, expected.size()) << "out of order or unknown: " << item;
+  }
+  EXPECT_GT(matched, expected.size() * 99 / 100);
+  EXPECT_EQ(Hints("inst C.a Load\n"), "C.a ");
+  gdf_scan_tokens("inst C.a Load\n");  // no hint set: nothing to call
 }
 
 TEST(LexerTest, StreamAndTextGiveTheSameTokens) {
