@@ -170,6 +170,12 @@ class ZELT_Grid {
   long GetEntityID(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
   const char* GetEntityName(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent) const;
   ZELT_Grid_EntityIter GetFirstEntity(ZELT_Grid_DefIter def) const { return Graph(def)->FirstNode(); }
+  // Bytes of the chunks that hold the model's records (entities, connections, names and
+  // property entries). Walks over a model that outgrows the processor's caches fetch
+  // ahead of themselves; over a smaller one those fetches only add work.
+  size_t RecordBytes() const { return _hier.Records().ChunkBytes(); }
+  static constexpr size_t kFetchAheadFrom = size_t(32) << 20;
+  bool WorthFetchingAhead() const { return RecordBytes() >= kFetchAheadFrom; }
   // Fetches ahead as it goes: the entities of a model built in one go lie in memory in
   // the order of the walk.
   void NextEntity(const ZELT_Grid_DefIter&, ZELT_Grid_EntityIter& ent) const {

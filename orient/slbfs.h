@@ -33,8 +33,8 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
   // The queue is read through a window of entries fetched ahead in stages: a search
   // meets entities all over memory, and each read of an expansion waits for the one
   // before it (the entity's record, its connections, their far ends, the marks of
-  // those). Each stage fetches one of these a few entries before the entry's turn;
-  // the order stays that of the queue.
+  // those). Each stage fetches one of these a few entries before the entry's turn, in
+  // a model large enough for that to pay; the order stays that of the queue.
   constexpr int kAhead = 12;
   constexpr int kConnsAt = 9;
   constexpr int kEndsAt = 6;
@@ -50,7 +50,7 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
     }
   };
   auto at = [&](int offset) { return window[(head + offset) % kAhead]; };
-  for (fill_window(); ahead > 0; fill_window()) {
+  auto fetch_stages = [&] {
     if (ahead > kConnsAt) tolk_Prefetch(gm.GetFirstConnection(dit, at(kConnsAt)).position);
     if (ahead > kEndsAt) ZELT_Grid_ForConnEnds(gm, dit, at(kEndsAt), [](const ZELT_Grid_EntityIter& end) {
       tolk_Prefetch(end.position);
@@ -60,6 +60,10 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
         marks.Prefetch(end);
       });
     }
+  };
+  const bool fetch_ahead = gm.WorthFetchingAhead();
+  for (fill_window(); ahead > 0; fill_window()) {
+    if (fetch_ahead) fetch_stages();
     ZELT_Grid_EntityIter i0 = window[head];
     head = (head + 1) % kAhead;
     --ahead;

@@ -186,14 +186,18 @@ void ZELT_Grid_SLOrient(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, 
   pairs.reserve(visitor.PairBound());
   tolk_AdviseHugePages(pairs.data(), pairs.capacity() * sizeof(ZELT_Grid_HEntityPair));
   NodeChainEmitter emitter(gm, first_source, first_def, work, pairs);
-  // Two scouts walk the entities ahead of the emitter: the farther one fetches the
-  // records at the far ends of a node's connections, the nearer one the work slots
-  // of those ends, so that the emitter seldom waits for memory.
+  // In a model that outgrows the caches two scouts walk the entities ahead of the
+  // emitter: the farther one fetches the records at the far ends of a node's
+  // connections, the nearer one the work slots of those ends, so that the emitter
+  // seldom waits for memory.
+  const bool fetch_ahead = gm.WorthFetchingAhead();
   NodeScout ends_scout(gm, first_def, 8, [](const ZELT_Grid_EntityIter& end) { tolk_Prefetch(end.position); });
   NodeScout slots_scout(gm, first_def, 3, [&](const ZELT_Grid_EntityIter& end) { tolk_Prefetch(&work[end]); });
   for (ZELT_Grid_EntityIter e = gm.GetFirstEntity(first_def); !gm.IsEnd(e); gm.NextEntity(first_def, e)) {
-    ends_scout.Step();
-    slots_scout.Step();
+    if (fetch_ahead) {
+      ends_scout.Step();
+      slots_scout.Step();
+    }
     if (gm.IsConnNode(first_def, e)) emitter.Emit(e);
   }
 }

@@ -87,6 +87,7 @@ class tolk_HIERARCHY {
   }
 
   tolk_RecordPool& Records() { return records; }
+  const tolk_RecordPool& Records() const { return records; }
 
   // Lets go of every graph's records wholesale (tolk_HGRAPH::AbandonRecords), for a
   // hierarchy about to be destroyed: its graphs are then deleted empty.
