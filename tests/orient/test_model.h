@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -37,13 +38,14 @@ class TestModel {
     };
     std::vector<Conn> conns;
     std::vector<std::string> nodes, devices;
+    std::set<std::string> seen_nodes;
     std::map<std::string, int> terminals;
     std::istringstream in(connections);
     for (std::string word; in >> word;) {
       size_t dot = word.find('.'), dash = word.find('-');
       Conn c{word.substr(0, dot), word.substr(dash + 1), std::stoi(word.substr(dot + 1, dash - dot - 1))};
       if (!terminals.count(c.device)) devices.push_back(c.device);
-      if (std::find(nodes.begin(), nodes.end(), c.node) == nodes.end()) nodes.push_back(c.node);
+      if (seen_nodes.insert(c.node).second) nodes.push_back(c.node);
       terminals[c.device] = std::max(terminals[c.device], c.terminal + 1);
       conns.push_back(c);
     }
