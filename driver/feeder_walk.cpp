@@ -89,15 +89,17 @@ namespace {
 // Pairs go out in chunks of this many: a chunk's text is a few hundred kilobytes.
 constexpr size_t kChunkPairs = 4096;
 
-// Fetches ahead what naming the steps of a path will read: with names false the
+// Fetches ahead what naming the steps of a pair's paths will read: with names false the
 // steps' records, with names true (once those are near) the names themselves.
-void FetchPath(const ZELT_Grid_HEntity& path, const ZELT_Grid& gm, bool names) {
-  for (int i = 0; i < path.GetLength(); ++i) {
-    const ZELT_Grid_HEntityStep step = path[i];
-    if (names)
-      tolk_Prefetch(gm.GetEntityName(gm.GetDefIt(step), gm.GetEntIt(step)));
-    else
-      tolk_Prefetch(gm.GetEntIt(step).position);
+void FetchPair(const ZELT_Grid_HEntityPair& pair, const ZELT_Grid& gm, bool names) {
+  for (const ZELT_Grid_HEntity* path : {&pair.first, &pair.second}) {
+    for (int i = 0; i < path->GetLength(); ++i) {
+      const ZELT_Grid_HEntityStep step = (*path)[i];
+      if (names)
+        tolk_Prefetch(gm.GetEntityName(gm.GetDefIt(step), gm.GetEntIt(step)));
+      else
+        tolk_Prefetch(gm.GetEntIt(step).position);
+    }
   }
 }
 
@@ -108,14 +110,8 @@ void FormatChunk(std::string& out, const std::vector<ZELT_Grid_HEntityPair>& pai
   constexpr size_t kNamesAhead = 8;
   const size_t end = std::min(pairs.size(), (chunk + 1) * kChunkPairs);
   for (size_t i = chunk * kChunkPairs; i < end; ++i) {
-    if (i + kRecordsAhead < end) {
-      FetchPath(pairs[i + kRecordsAhead].first, gm, false);
-      FetchPath(pairs[i + kRecordsAhead].second, gm, false);
-    }
-    if (i + kNamesAhead < end) {
-      FetchPath(pairs[i + kNamesAhead].first, gm, true);
-      FetchPath(pairs[i + kNamesAhead].second, gm, true);
-    }
+    if (i + kRecordsAhead < end) FetchPair(pairs[i + kRecordsAhead], gm, false);
+    if (i + kNamesAhead < end) FetchPair(pairs[i + kNamesAhead], gm, true);
     ZELT_Grid_Util::AppendHEnt(out, pairs[i].first, gm);
     out += ' ';
     ZELT_Grid_Util::AppendHEnt(out, pairs[i].second, gm);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <string>
@@ -253,6 +254,7 @@ class ZELT_Grid_GDF_ParseToGrid {
     const char* name; // the entity's own name in the grid; nullptr for an empty slot
     ZELT_Grid_DefIter def;
     ZELT_Grid_EntityIter ent;
+    bool Holds(ZELT_Grid_DefIter d, const char* n) const { return name != nullptr && def == d && strcmp(name, n) == 0; }
   };
   static constexpr size_t kRecentEntities = 4096;
   std::vector<RecentEntity> _recent_entities{kRecentEntities};

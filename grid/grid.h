@@ -52,7 +52,7 @@ struct ZELT_Grid_EntityNameKeys {
   uint64_t Hash(const char* name) const { return ZELT_Grid_KeyHash::OfName(name); }
   const char* KeyOf(const tolk_list_link* node) const;
   bool Same(const char* a, const char* b) const { return strcmp(a, b) == 0; }
-  void PrefetchKey(const tolk_list_link* node) const { __builtin_prefetch(KeyOf(node)); }
+  void PrefetchKey(const tolk_list_link* node) const { tolk_Prefetch(KeyOf(node)); }
   ZELT_Grid_Graph* graph;
 };
 

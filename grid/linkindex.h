@@ -128,7 +128,7 @@ class ZELT_Grid_LinkIndex {
     constexpr size_t kRecordsAhead = 16, kKeysAhead = 8;
     for (size_t k = 0; k < oldCapacity; ++k) {
       if (k + kRecordsAhead < oldCapacity && old[k + kRecordsAhead] != 0)
-        __builtin_prefetch(LinkOf(old[k + kRecordsAhead]));
+        tolk_Prefetch(LinkOf(old[k + kRecordsAhead]));
       if constexpr (requires(const tolk_list_link* link) { _traits.PrefetchKey(link); }) {
         if (k + kKeysAhead < oldCapacity && old[k + kKeysAhead] != 0) _traits.PrefetchKey(LinkOf(old[k + kKeysAhead]));
       }

@@ -17,8 +17,8 @@ void ZELT_Grid_ForConnEnds(const ZELT_Grid& gm, const ZELT_Grid_DefIter& def, co
 
 // The search itself, over any record of which entities it has visited (expanded) and
 // touched (reported as discovered). Marks supplies
-//   bool Visited(e), void SetVisited(e), bool Touched(e), void SetTouched(e)
-// and may supply void Prefetch(e), which asks for e's marks ahead of their use.
+//   bool Visited(e), void SetVisited(e), bool Touched(e), void SetTouched(e),
+//   void Prefetch(e)   asks for e's marks ahead of their use.
 template <class Controller, class Marks>
 void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, Controller& controller,
                             Marks& marks) {
@@ -55,11 +55,9 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
     if (ahead > kEndsAt) ZELT_Grid_ForConnEnds(gm, dit, at(kEndsAt), [](const ZELT_Grid_EntityIter& end) {
       tolk_Prefetch(end.position);
     });
-    if constexpr (requires(ZELT_Grid_EntityIter e) { marks.Prefetch(e); }) {
-      if (ahead > kMarksAt) ZELT_Grid_ForConnEnds(gm, dit, at(kMarksAt), [&](const ZELT_Grid_EntityIter& end) {
-        marks.Prefetch(end);
-      });
-    }
+    if (ahead > kMarksAt) ZELT_Grid_ForConnEnds(gm, dit, at(kMarksAt), [&](const ZELT_Grid_EntityIter& end) {
+      marks.Prefetch(end);
+    });
   };
   const bool fetch_ahead = gm.WorthFetchingAhead();
   for (fill_window(); ahead > 0; fill_window()) {

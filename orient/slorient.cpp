@@ -192,7 +192,7 @@ void ZELT_Grid_SLOrient(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sources, 
   // seldom waits for memory.
   const bool fetch_ahead = gm.WorthFetchingAhead();
   NodeScout ends_scout(gm, first_def, 8, [](const ZELT_Grid_EntityIter& end) { tolk_Prefetch(end.position); });
-  NodeScout slots_scout(gm, first_def, 3, [&](const ZELT_Grid_EntityIter& end) { tolk_Prefetch(&work[end]); });
+  NodeScout slots_scout(gm, first_def, 3, [&](const ZELT_Grid_EntityIter& end) { marks.Prefetch(end); });
   for (ZELT_Grid_EntityIter e = gm.GetFirstEntity(first_def); !gm.IsEnd(e); gm.NextEntity(first_def, e)) {
     if (fetch_ahead) {
       ends_scout.Step();
