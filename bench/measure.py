@@ -1,14 +1,16 @@
 #!/usr/bin/env python3
-"""Times repeated runs of one program on one case and prints the benchmark table of run.sh.
+"""Times runs of one program on one case and prints the benchmark table of run.sh.
 
   measure.py run --results R --case C --program P --gdf G --edges E --runs N -- <command ...>
-      Runs the command N times with FEEDWALK_PROFILE=1 and appends one row to the results
-      file: median wall time, median of each "PROFILE <phase> <seconds>" line on stderr,
-      median peak resident set size (of that child alone, from wait4), exit status.
+      Runs the command N times (default 1) with FEEDWALK_PROFILE=1 and appends one row per
+      run to the results file: wall time, each "PROFILE <phase> <seconds>" line on stderr
+      (summed per phase), peak resident set size (of that child alone, from wait4), exit
+      status.
   measure.py agree --results R --case C --verdict TEXT
       Records whether the two programs' outputs agree on case C.
   measure.py table --results R
-      Prints the table as Markdown.
+      Prints the table as Markdown: per case and program the medians of its runs, in
+      whatever order the runs were recorded.
 """
 
 import argparse
@@ -57,23 +59,15 @@ def count_devices(edges_path):
         return sum(1 for line in f if line[:2] in ("I ", "B "))
 
 
-def median_or_blank(values):
-    return f"{statistics.median(values):.6f}" if values else ""
-
-
 def cmd_run(args):
-    results = [run_once(args.command) for _ in range(args.runs)]
-    walls = [r[0] for r in results]
-    rss = [r[1] for r in results]
-    status = max((r[2] for r in results), key=abs)
-    phases = [median_or_blank([r[3][p] for r in results if p in r[3]]) for p in PHASES]
-    row = ["run", args.case, args.program, str(count_devices(args.edges)), str(os.path.getsize(args.gdf)),
-           str(args.runs), f"{statistics.median(walls):.6f}", *phases, str(int(statistics.median(rss))),
-           str(status)]
-    with open(args.results, "a", encoding="ascii") as f:
-        f.write("\t".join(row) + "\n")
-    print(f"{args.case} {args.program}: median {statistics.median(walls):.3f} s over {args.runs} runs, "
-          f"peak RSS {statistics.median(rss) / 1024:.1f} MiB, exit {status}")
+    devices, gdf_bytes = count_devices(args.edges), os.path.getsize(args.gdf)
+    for _ in range(args.runs):
+        wall, rss, status, phases = run_once(args.command)
+        row = ["run", args.case, args.program, str(devices), str(gdf_bytes), f"{wall:.6f}",
+               *(f"{phases[p]:.6f}" if p in phases else "" for p in PHASES), str(rss), str(status)]
+        with open(args.results, "a", encoding="ascii") as f:
+            f.write("\t".join(row) + "\n")
+        print(f"{args.case} {args.program}: {wall:.3f} s, peak RSS {rss / 1024:.1f} MiB, exit {status}")
     return 0
 
 
@@ -83,41 +77,67 @@ def cmd_agree(args):
     return 0
 
 
+class Runs:
+    """The recorded runs of one program on one case."""
+
+    def __init__(self, devices, gdf_bytes):
+        self.devices, self.gdf_bytes = int(devices), int(gdf_bytes)
+        self.walls, self.rss, self.statuses = [], [], []
+        self.phases = {p: [] for p in PHASES}
+
+    def add(self, wall, phases, rss, status):
+        self.walls.append(float(wall))
+        for p, text in zip(PHASES, phases):
+            if text:
+                self.phases[p].append(float(text))
+        self.rss.append(int(rss))
+        self.statuses.append(int(status))
+
+    def wall(self):
+        return statistics.median(self.walls)
+
+    def status(self):
+        """The exit status furthest from 0 among the runs."""
+        return max(self.statuses, key=abs)
+
+
 def read_results(path):
+    """(cases in the order first seen, {(case, program): Runs}, {case: verdict})."""
     runs, verdicts, cases = {}, {}, []
     with open(path, encoding="ascii") as f:
         for line in f:
             fields = line.rstrip("\n").split("\t")
             if fields[0] == "run":
-                case, program = fields[1], fields[2]
+                case, program, devices, gdf_bytes, wall, *phases, rss, status = fields[1:]
                 if case not in cases:
                     cases.append(case)
-                runs[(case, program)] = fields[3:]
+                runs.setdefault((case, program), Runs(devices, gdf_bytes)).add(wall, phases, rss, status)
             elif fields[0] == "agree":
                 verdicts[fields[1]] = fields[2]
     return cases, runs, verdicts
 
 
-def seconds(text):
-    return f"{float(text):.3f}" if text else "–"
+def seconds(value):
+    return f"{value:.3f}"
 
 
 def table_rows(cases, runs, verdicts):
     for case in cases:
         fw = runs.get((case, FEEDWALK))
         for program in (FEEDWALK, PEER):
-            row = runs.get((case, program))
-            if row is None:
+            r = runs.get((case, program))
+            if r is None:
                 continue
-            devices, gdf_bytes, n_runs, wall, parse, orient, output, rss_kib, status = row
             ratio = "–"
-            if program == PEER and fw is not None and float(fw[3]) > 0:
-                ratio = f"{float(wall) / float(fw[3]):.1f}"
-            rss = int(rss_kib) * 1024
-            wall_text = seconds(wall) if status == "0" else f"{seconds(wall)} (exit {status})"
-            yield [case, f"{int(devices):,}", program, n_runs, wall_text, seconds(parse), seconds(orient),
-                   seconds(output), f"{rss / 2**20:.1f}", f"{rss // int(devices):,}",
-                   f"{int(gdf_bytes) // int(devices)}", ratio, verdicts.get(case, "–")]
+            if program == PEER and fw is not None and fw.wall() > 0:
+                ratio = f"{r.wall() / fw.wall():.1f}"
+            rss = int(statistics.median(r.rss)) * 1024
+            status = r.status()
+            wall_text = seconds(r.wall()) if status == 0 else f"{seconds(r.wall())} (exit {status})"
+            phases = [seconds(statistics.median(r.phases[p])) if r.phases[p] else "–" for p in PHASES]
+            yield [case, f"{r.devices:,}", program, str(len(r.walls)), wall_text, *phases,
+                   f"{rss / 2**20:.1f}", f"{rss // r.devices:,}", f"{r.gdf_bytes // r.devices}", ratio,
+                   verdicts.get(case, "–")]
 
 
 HEADER = ["case", "devices", "program", "runs", "wall s", "parse s", "orientation s", "output s",
@@ -139,7 +159,7 @@ def parse_args(argv):
     run = sub.add_parser("run")
     for opt in ("--results", "--case", "--program", "--gdf", "--edges"):
         run.add_argument(opt, required=True)
-    run.add_argument("--runs", type=int, default=5)
+    run.add_argument("--runs", type=int, default=1)
     run.add_argument("command", nargs=argparse.REMAINDER)
     agree = sub.add_parser("agree")
     for opt in ("--results", "--case", "--verdict"):

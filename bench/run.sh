@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Benchmarks feedwalk against the networkx peer on synthetic feeders and the largest sample feeder.
 #
-# Environment: RUNS (runs per program and case, default 5), SIZES (synthetic device counts,
-# default "10000 100000 1000000"), SEED (default 1), SAMPLES (folder of sample GDF files),
-# SKIP_BUILD=1 (use the existing build/release). Inputs are cached in bench/out/ and remade
+# Environment: RUNS (rounds, each running both programs once on every case; default 5), SIZES
+# (synthetic device counts, default "10000 100000 1000000"), SEED (default 1), SAMPLES (folder
+# of sample GDF files), SKIP_BUILD=1 (use the existing build/release). Inputs are cached in bench/out/ and remade
 # when their generator changes. Exit status 1 when outputs disagree or a program fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -76,17 +76,26 @@ if [ -n "$largest" ]; then
 fi
 
 failed=0
-for c in "${cases[@]}"; do
-  IFS='|' read -r name gdf edges <<<"$c"
-  measure=(python3 bench/measure.py run --results "$RESULTS" --case "$name" --gdf "$gdf" --edges "$edges"
-    --runs "$RUNS")
-  if [ "$have_feedwalk" = 1 ]; then
-    "${measure[@]}" --program feedwalk -- "$FEEDWALK" "$gdf" "$OUT/$name.feedwalk.out"
-  fi
-  if [ "$have_peer" = 1 ]; then
-    "${measure[@]}" --program peer -- python3 bench/peer_networkx.py "$edges" "$OUT/$name.peer.out"
-  fi
-  if [ "$have_feedwalk" = 1 ] && [ "$have_peer" = 1 ]; then
+# Rounds, each running both programs once on every case: a slow or a fast phase of the
+# machine then weighs on every case and program alike, and each ratio compares runs taken
+# moments apart.
+for round in $(seq "$RUNS"); do
+  echo "run.sh: round $round of $RUNS"
+  for c in "${cases[@]}"; do
+    IFS='|' read -r name gdf edges <<<"$c"
+    measure=(python3 bench/measure.py run --results "$RESULTS" --case "$name" --gdf "$gdf" --edges "$edges")
+    if [ "$have_feedwalk" = 1 ]; then
+      "${measure[@]}" --program feedwalk -- "$FEEDWALK" "$gdf" "$OUT/$name.feedwalk.out"
+    fi
+    if [ "$have_peer" = 1 ]; then
+      "${measure[@]}" --program peer -- python3 bench/peer_networkx.py "$edges" "$OUT/$name.peer.out"
+    fi
+  done
+done
+
+if [ "$have_feedwalk" = 1 ] && [ "$have_peer" = 1 ]; then
+  for c in "${cases[@]}"; do
+    IFS='|' read -r name gdf edges <<<"$c"
     status=0
     report=$(python3 bench/compare_edges.py "$OUT/$name.feedwalk.out" "$OUT/$name.peer.out") || status=$?
     case "$status" in
@@ -97,8 +106,8 @@ for c in "${cases[@]}"; do
     [ "$status" = 0 ] || failed=1
     echo "$name: $report"
     python3 bench/measure.py agree --results "$RESULTS" --case "$name" --verdict "$verdict"
-  fi
-done
+  done
+fi
 
 echo
 cpu=$(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ //')

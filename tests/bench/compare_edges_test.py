@@ -26,14 +26,34 @@ class TableTest(benchpath.TempDir, unittest.TestCase):
         self.assertEqual(measure.profile_phases(["PROFILE parse 1.5\n", "noise\n", "PROFILE parse 0.5\n",
                                                  "PROFILE output x\n"]), {"parse": 2.0})
         results = self.write("r.tsv",
-                             "run\tc\tfeedwalk\t1000\t200000\t3\t0.5\t0.3\t0.1\t0.1\t2048\t0\n"
-                             "run\tc\tpeer\t1000\t200000\t3\t10.0\t\t\t\t4096\t0\n"
+                             "run\tc\tfeedwalk\t1000\t200000\t0.5\t0.3\t0.1\t0.1\t2048\t0\n"
+                             "run\tc\tpeer\t1000\t200000\t10.0\t\t\t\t4096\t0\n"
                              "agree\tc\tidentical\n")
         rows = list(measure.table_rows(*measure.read_results(results)))
         self.assertEqual([r[2] for r in rows], ["feedwalk", "peer"])
         self.assertEqual(rows[1][-2:], ["20.0", "identical"])
         self.assertEqual(rows[0][8:11], ["2.0", "2,097", "200"])
         self.assertEqual(rows[1][5], "–")
+
+    def test_rounds_of_interleaved_runs_give_medians_per_case_and_program(self):
+        def run(case, program, wall, parse, rss, status=0):
+            return f"run\t{case}\t{program}\t1000\t200000\t{wall}\t{parse}\t\t\t{rss}\t{status}\n"
+
+        results = self.write("r.tsv",
+                             run("big", "feedwalk", 3.0, 2.0, 100) + run("big", "peer", 12.0, "", 900) +
+                             run("small", "feedwalk", 0.1, 0.05, 10) +
+                             run("big", "feedwalk", 2.0, 1.5, 120) + run("big", "peer", 14.0, "", 900) +
+                             run("small", "feedwalk", 0.3, 0.25, 30, status=-9) +
+                             run("big", "feedwalk", 2.5, 1.8, 110) + run("big", "peer", 13.0, "", 800) +
+                             run("small", "feedwalk", 0.2, 0.15, 20))
+        rows = list(measure.table_rows(*measure.read_results(results)))
+        self.assertEqual([(r[0], r[2], r[3]) for r in rows],
+                         [("big", "feedwalk", "3"), ("big", "peer", "3"), ("small", "feedwalk", "3")])
+        self.assertEqual(rows[0][4:6], ["2.500", "1.800"])
+        self.assertEqual(rows[0][8], "0.1", "median of 100, 120 and 110 KiB")
+        self.assertEqual(rows[1][4], "13.000")
+        self.assertEqual(rows[1][-2], "5.2", "median over median, not a median of ratios")
+        self.assertEqual(rows[2][4], "0.200 (exit -9)", "one failed run marks the row")
 
 
 if __name__ == "__main__":
