@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Times runs of one program on one case and prints the benchmark table of run.sh.
 
-  measure.py run --results R --case C --program P --gdf G --edges E --runs N -- <command ...>
+  measure.py case --results R --case C --gdf G --edges E
+      Records case C's size: its devices (counted in the edge list) and GDF bytes.
+  measure.py run --results R --case C --program P --runs N -- <command ...>
       Runs the command N times (default 1) with FEEDWALK_PROFILE=1 and appends one row per
       run to the results file: wall time, each "PROFILE <phase> <seconds>" line on stderr
       (summed per phase), peak resident set size (of that child alone, from wait4), exit
@@ -9,8 +11,8 @@
   measure.py agree --results R --case C --verdict TEXT
       Records whether the two programs' outputs agree on case C.
   measure.py table --results R
-      Prints the table as Markdown: per case and program the medians of its runs, in
-      whatever order the runs were recorded.
+      Prints the table as Markdown: per recorded case and program the medians of its
+      runs, in whatever order the runs were recorded.
 """
 
 import argparse
@@ -59,29 +61,35 @@ def count_devices(edges_path):
         return sum(1 for line in f if line[:2] in ("I ", "B "))
 
 
+def append_row(path, row):
+    with open(path, "a", encoding="ascii") as f:
+        f.write("\t".join(row) + "\n")
+
+
+def cmd_case(args):
+    append_row(args.results, ["case", args.case, str(count_devices(args.edges)), str(os.path.getsize(args.gdf))])
+    return 0
+
+
 def cmd_run(args):
-    devices, gdf_bytes = count_devices(args.edges), os.path.getsize(args.gdf)
     for _ in range(args.runs):
         wall, rss, status, phases = run_once(args.command)
-        row = ["run", args.case, args.program, str(devices), str(gdf_bytes), f"{wall:.6f}",
-               *(f"{phases[p]:.6f}" if p in phases else "" for p in PHASES), str(rss), str(status)]
-        with open(args.results, "a", encoding="ascii") as f:
-            f.write("\t".join(row) + "\n")
+        append_row(args.results, ["run", args.case, args.program, f"{wall:.6f}",
+                                  *(f"{phases[p]:.6f}" if p in phases else "" for p in PHASES), str(rss),
+                                  str(status)])
         print(f"{args.case} {args.program}: {wall:.3f} s, peak RSS {rss / 1024:.1f} MiB, exit {status}")
     return 0
 
 
 def cmd_agree(args):
-    with open(args.results, "a", encoding="ascii") as f:
-        f.write(f"agree\t{args.case}\t{args.verdict}\n")
+    append_row(args.results, ["agree", args.case, args.verdict])
     return 0
 
 
 class Runs:
     """The recorded runs of one program on one case."""
 
-    def __init__(self, devices, gdf_bytes):
-        self.devices, self.gdf_bytes = int(devices), int(gdf_bytes)
+    def __init__(self):
         self.walls, self.rss, self.statuses = [], [], []
         self.phases = {p: [] for p in PHASES}
 
@@ -102,16 +110,16 @@ class Runs:
 
 
 def read_results(path):
-    """(cases in the order first seen, {(case, program): Runs}, {case: verdict})."""
-    runs, verdicts, cases = {}, {}, []
+    """({case: (devices, GDF bytes)} in the order recorded, {(case, program): Runs}, {case: verdict})."""
+    runs, verdicts, cases = {}, {}, {}
     with open(path, encoding="ascii") as f:
         for line in f:
             fields = line.rstrip("\n").split("\t")
-            if fields[0] == "run":
-                case, program, devices, gdf_bytes, wall, *phases, rss, status = fields[1:]
-                if case not in cases:
-                    cases.append(case)
-                runs.setdefault((case, program), Runs(devices, gdf_bytes)).add(wall, phases, rss, status)
+            if fields[0] == "case":
+                cases[fields[1]] = (int(fields[2]), int(fields[3]))
+            elif fields[0] == "run":
+                case, program, wall, *phases, rss, status = fields[1:]
+                runs.setdefault((case, program), Runs()).add(wall, phases, rss, status)
             elif fields[0] == "agree":
                 verdicts[fields[1]] = fields[2]
     return cases, runs, verdicts
@@ -122,7 +130,7 @@ def seconds(value):
 
 
 def table_rows(cases, runs, verdicts):
-    for case in cases:
+    for case, (devices, gdf_bytes) in cases.items():
         fw = runs.get((case, FEEDWALK))
         for program in (FEEDWALK, PEER):
             r = runs.get((case, program))
@@ -135,9 +143,8 @@ def table_rows(cases, runs, verdicts):
             status = r.status()
             wall_text = seconds(r.wall()) if status == 0 else f"{seconds(r.wall())} (exit {status})"
             phases = [seconds(statistics.median(r.phases[p])) if r.phases[p] else "–" for p in PHASES]
-            yield [case, f"{r.devices:,}", program, str(len(r.walls)), wall_text, *phases,
-                   f"{rss / 2**20:.1f}", f"{rss // r.devices:,}", f"{r.gdf_bytes // r.devices}", ratio,
-                   verdicts.get(case, "–")]
+            yield [case, f"{devices:,}", program, str(len(r.walls)), wall_text, *phases, f"{rss / 2**20:.1f}",
+                   f"{rss // devices:,}", f"{gdf_bytes // devices}", ratio, verdicts.get(case, "–")]
 
 
 HEADER = ["case", "devices", "program", "runs", "wall s", "parse s", "orientation s", "output s",
@@ -156,8 +163,11 @@ def cmd_table(args):
 def parse_args(argv):
     p = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     sub = p.add_subparsers(dest="action", required=True)
+    case = sub.add_parser("case")
+    for opt in ("--results", "--case", "--gdf", "--edges"):
+        case.add_argument(opt, required=True)
     run = sub.add_parser("run")
-    for opt in ("--results", "--case", "--program", "--gdf", "--edges"):
+    for opt in ("--results", "--case", "--program"):
         run.add_argument(opt, required=True)
     run.add_argument("--runs", type=int, default=1)
     run.add_argument("command", nargs=argparse.REMAINDER)
@@ -176,7 +186,7 @@ def parse_args(argv):
 
 def main(argv):
     args = parse_args(argv)
-    return {"run": cmd_run, "agree": cmd_agree, "table": cmd_table}[args.action](args)
+    return {"case": cmd_case, "run": cmd_run, "agree": cmd_agree, "table": cmd_table}[args.action](args)
 
 
 if __name__ == "__main__":

@@ -3,8 +3,9 @@
 #
 # Environment: RUNS (rounds, each running both programs once on every case; default 5), SIZES
 # (synthetic device counts, default "10000 100000 1000000"), SEED (default 1), SAMPLES (folder
-# of sample GDF files), SKIP_BUILD=1 (use the existing build/release). Inputs are cached in bench/out/ and remade
-# when their generator changes. Exit status 1 when outputs disagree or a program fails.
+# of sample GDF files), SKIP_BUILD=1 (use the existing build/release). Inputs are cached in
+# bench/out/ and remade when their generator changes. Exit status 1 when outputs disagree or
+# a program fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -75,6 +76,11 @@ if [ -n "$largest" ]; then
   cases+=("$name|$largest|$OUT/$name.edges")
 fi
 
+for c in "${cases[@]}"; do
+  IFS='|' read -r name gdf edges <<<"$c"
+  python3 bench/measure.py case --results "$RESULTS" --case "$name" --gdf "$gdf" --edges "$edges"
+done
+
 failed=0
 # Rounds, each running both programs once on every case: a slow or a fast phase of the
 # machine then weighs on every case and program alike, and each ratio compares runs taken
@@ -83,7 +89,7 @@ for round in $(seq "$RUNS"); do
   echo "run.sh: round $round of $RUNS"
   for c in "${cases[@]}"; do
     IFS='|' read -r name gdf edges <<<"$c"
-    measure=(python3 bench/measure.py run --results "$RESULTS" --case "$name" --gdf "$gdf" --edges "$edges")
+    measure=(python3 bench/measure.py run --results "$RESULTS" --case "$name")
     if [ "$have_feedwalk" = 1 ]; then
       "${measure[@]}" --program feedwalk -- "$FEEDWALK" "$gdf" "$OUT/$name.feedwalk.out"
     fi

@@ -26,8 +26,9 @@ class TableTest(benchpath.TempDir, unittest.TestCase):
         self.assertEqual(measure.profile_phases(["PROFILE parse 1.5\n", "noise\n", "PROFILE parse 0.5\n",
                                                  "PROFILE output x\n"]), {"parse": 2.0})
         results = self.write("r.tsv",
-                             "run\tc\tfeedwalk\t1000\t200000\t0.5\t0.3\t0.1\t0.1\t2048\t0\n"
-                             "run\tc\tpeer\t1000\t200000\t10.0\t\t\t\t4096\t0\n"
+                             "case\tc\t1000\t200000\n"
+                             "run\tc\tfeedwalk\t0.5\t0.3\t0.1\t0.1\t2048\t0\n"
+                             "run\tc\tpeer\t10.0\t\t\t\t4096\t0\n"
                              "agree\tc\tidentical\n")
         rows = list(measure.table_rows(*measure.read_results(results)))
         self.assertEqual([r[2] for r in rows], ["feedwalk", "peer"])
@@ -37,9 +38,10 @@ class TableTest(benchpath.TempDir, unittest.TestCase):
 
     def test_rounds_of_interleaved_runs_give_medians_per_case_and_program(self):
         def run(case, program, wall, parse, rss, status=0):
-            return f"run\t{case}\t{program}\t1000\t200000\t{wall}\t{parse}\t\t\t{rss}\t{status}\n"
+            return f"run\t{case}\t{program}\t{wall}\t{parse}\t\t\t{rss}\t{status}\n"
 
         results = self.write("r.tsv",
+                             "case\tbig\t1000\t200000\ncase\tsmall\t1000\t200000\n" +
                              run("big", "feedwalk", 3.0, 2.0, 100) + run("big", "peer", 12.0, "", 900) +
                              run("small", "feedwalk", 0.1, 0.05, 10) +
                              run("big", "feedwalk", 2.0, 1.5, 120) + run("big", "peer", 14.0, "", 900) +
