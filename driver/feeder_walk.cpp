@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "grid/util.h"
-#include "tolk/pool.h"
+#include "tolk/prefetch.h"
 #include "tolk/thread.h"
 
 namespace {

@@ -232,12 +232,19 @@ void ZELT_Grid_GDF_ParseToGrid::AddInst(const char* defname, const char* leafnam
 }
 
 // A conn statement's terminals come as pairs (instance, terminal), the instance null for a
-// terminal of the circuit itself: the steps of the i-th terminal's path and their count.
-static const char** TerminalPath(const char** terms, int i, int& length) {
+// terminal of the circuit itself.
+namespace {
+struct TerminalPath {
+  const char** steps;
+  int length;
+};
+
+TerminalPath TerminalPathOf(const char** terms, int i) {
   const char** pair = terms + 2 * i;
-  length = pair[0] != nullptr ? 2 : 1;
-  return pair + 2 - length;
+  const int length = pair[0] != nullptr ? 2 : 1;
+  return {pair + 2 - length, length};
 }
+}  // namespace
 
 bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_name, int nterm, const char** terms) {
   ZELTLOG(stderr, "%s:%d: parsing conn %s.%s.\n", __FILE_NAME__, __LINE__, defname, conn_name);
@@ -248,8 +255,7 @@ bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_na
   // (HintName) touched them 32 tokens ago already; touching them again here, just before
   // the lookups, still measured faster than relying on the hint alone.
   _pgm->TouchEntityName(def, conn_name);
-  int length = 0;
-  for (int i = 0; i < nterm; ++i) _pgm->TouchEntityName(def, TerminalPath(terms, i, length)[0]);
+  for (int i = 0; i < nterm; ++i) _pgm->TouchEntityName(def, TerminalPathOf(terms, i).steps[0]);
   ZELT_Grid_EntityIter node = FindEntity(def, conn_name);
   if (_pgm->IsEnd(node)) {
     // An element definition's only node is its own internal one.
@@ -267,10 +273,10 @@ bool ZELT_Grid_GDF_ParseToGrid::AddConn(const char* defname, const char* conn_na
   node_path.AppendStep(node_step);
   ZELT_Grid_HEntity terminal_path;
   for (int i = 0; i < nterm; ++i) {
-    const char** path = TerminalPath(terms, i, length);
+    const TerminalPath path = TerminalPathOf(terms, i);
     // The id is drawn before the path is known to resolve.
     const long id = _keysequence->NewEntityID();
-    if (!FindHEntPath(defname, length, path, terminal_path)) return false;
+    if (!FindHEntPath(defname, path.length, path.steps, terminal_path)) return false;
     _pgm->AddConnection(terminal_path, node_path, id);
   }
   return true;

@@ -11,7 +11,7 @@
 #include "grid/proplist.h"
 #include "tolk/hgraph_hierarchy.h"
 #include "tolk/patricia.h"
-#include "tolk/pool.h"
+#include "tolk/prefetch.h"
 
 typedef tolk_HIERARCHY<ZELT_Grid_GraphData, ZELT_Grid_NodeData, ZELT_Grid_EdgeData, ZELT_Grid_LeafData>
     ZELT_Grid_HierarchyBase;

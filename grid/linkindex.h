@@ -7,6 +7,7 @@
 #include "tolk/assert.h"
 #include "tolk/list.h"
 #include "tolk/pool.h"
+#include "tolk/prefetch.h"
 
 // An open-addressing table that holds nothing but links, each tagged with 16 bits of its
 // key's hash; the key itself is read from the record the link belongs to, so the table

@@ -5,7 +5,7 @@
 
 #include "grid/defassoc.h"
 #include "tolk/dqueue.h"
-#include "tolk/pool.h"
+#include "tolk/prefetch.h"
 
 // Calls f with the entity at the far end of each connection of e, in the grid's order.
 template <class F>

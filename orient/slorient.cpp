@@ -8,6 +8,7 @@
 #include "orient/slbfs.h"
 #include "tolk/assert.h"
 #include "tolk/pool.h"
+#include "tolk/prefetch.h"
 
 ZELT_Grid_HEntity MakeHEntity(const ZELT_Grid& gm, const ZELT_Grid_HEntity& hent, const ZELT_Grid_DefIter& def,
                               const ZELT_Grid_EntityIter& ent) {

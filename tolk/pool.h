@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <new>
 #include <utility>
 
@@ -28,31 +27,6 @@ void tolk_FreeLarge(void* block, size_t bytes);
 // that realloc will grow: the advice splits malloc's mapping, and realloc then copies the
 // array instead of remapping it.
 void tolk_AdviseHugePages(void* block, size_t bytes);
-
-// Asks for the cache line at p ahead of its use; p need not be valid. Unlike a bare
-// __builtin_prefetch it survives a loop that does nothing else, which the
-// compiler would otherwise remove whole.
-inline void tolk_Prefetch(const void* p) {
-  __builtin_prefetch(p);
-  asm volatile("" : : "r"(p));
-}
-
-// A tolk_RecordPool carves its records one after another, so a walk over records made in
-// order meets them at rising addresses a few hundred bytes apart: a stride too uneven for
-// the processor's own prefetcher. Called with the record a walk leaves and the one it
-// reaches, this fetches the lines a fixed distance beyond that step. A step backwards or
-// a long jump fetches nothing.
-inline void tolk_PrefetchStep(const void* left, const void* reached) {
-  constexpr uintptr_t kDistance = 1024;
-  constexpr uintptr_t kMaxStep = 2048;
-  constexpr uintptr_t kLine = 64;
-  const uintptr_t from = reinterpret_cast<uintptr_t>(left);
-  const uintptr_t to = reinterpret_cast<uintptr_t>(reached);
-  if (to <= from || to - from > kMaxStep) return;
-  // The line that holds from + kDistance was fetched by the step before.
-  for (uintptr_t line = ((from + kDistance) | (kLine - 1)) + 1; line <= to + kDistance; line += kLine)
-    tolk_Prefetch(reinterpret_cast<const void*>(line));
-}
 
 // How the requests of 2 MiB and more were met since the program started, how many
 // faulted-in blocks wait now, and how many the helper faulted in with each page size; for
