@@ -66,16 +66,15 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
     head = (head + 1) % kAhead;
     --ahead;
     if (marks.Visited(i0)) continue;  // a source listed twice
-    for (ZELT_Grid_ConnectionIter c = gm.GetFirstConnection(dit, i0); !gm.IsEnd(c); gm.NextConnection(dit, i0, c)) {
-      ZELT_Grid_EntityIter i = gm.GetConOtherEnd(dit, i0, c);
-      if (marks.Visited(i) || controller.BreakOn(i)) continue;
+    ZELT_Grid_ForConnEnds(gm, dit, i0, [&](const ZELT_Grid_EntityIter& i) {
+      if (marks.Visited(i) || controller.BreakOn(i)) return;
       // A touched entity already waits in the queue ahead of any copy pushed
       // now, so a second copy could never be the one that expands it.
-      if (marks.Touched(i)) continue;
+      if (marks.Touched(i)) return;
       controller.Discovered(i);
       marks.SetTouched(i);
       queue.Add(i);
-    }
+    });
     marks.SetVisited(i0);
     controller.Finished(i0);
   }
