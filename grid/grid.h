@@ -219,6 +219,13 @@ class ZELT_Grid {
   ZELT_Grid_EntityIter GetConOtherEnd(ZELT_Grid_DefIter, ZELT_Grid_EntityIter ent, ZELT_Grid_ConnectionIter conn) const {
     return ZELT_Grid_Graph::OtherEnd(ent, conn);
   }
+  // Calls f with the top-level entity at the other end of each connection of ent, in
+  // the order of GetFirstConnection and NextConnection.
+  template <class F>
+  void ForConnEnds(const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& ent, F f) const {
+    for (ZELT_Grid_ConnectionIter c = GetFirstConnection(def, ent); !IsEnd(c); NextConnection(def, ent, c))
+      f(GetConOtherEnd(def, ent, c));
+  }
   // The ends as paths from def: the top-level entity and, for an instance, the
   // entity inside it that the connection reaches.
   ZELT_Grid_HEntity HGetConOtherEnd(ZELT_Grid_DefIter def, ZELT_Grid_EntityIter ent,

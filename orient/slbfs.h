@@ -7,14 +7,6 @@
 #include "tolk/dqueue.h"
 #include "tolk/prefetch.h"
 
-// Calls f with the entity at the far end of each connection of e, in the grid's order.
-template <class F>
-void ZELT_Grid_ForConnEnds(const ZELT_Grid& gm, const ZELT_Grid_DefIter& def, const ZELT_Grid_EntityIter& e, F f) {
-  for (ZELT_Grid_ConnectionIter c = gm.GetFirstConnection(def, e); !gm.IsEnd(c); gm.NextConnection(def, e, c)) {
-    f(gm.GetConOtherEnd(def, e, c));
-  }
-}
-
 // The search itself, over any record of which entities it has visited (expanded) and
 // touched (reported as discovered). Marks supplies
 //   bool Visited(e), void SetVisited(e), bool Touched(e), void SetTouched(e),
@@ -52,10 +44,10 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
   auto at = [&](int offset) { return window[(head + offset) % kAhead]; };
   auto fetch_stages = [&] {
     if (ahead > kConnsAt) tolk_Prefetch(gm.GetFirstConnection(dit, at(kConnsAt)).position);
-    if (ahead > kEndsAt) ZELT_Grid_ForConnEnds(gm, dit, at(kEndsAt), [](const ZELT_Grid_EntityIter& end) {
+    if (ahead > kEndsAt) gm.ForConnEnds(dit, at(kEndsAt), [](const ZELT_Grid_EntityIter& end) {
       tolk_Prefetch(end.position);
     });
-    if (ahead > kMarksAt) ZELT_Grid_ForConnEnds(gm, dit, at(kMarksAt), [&](const ZELT_Grid_EntityIter& end) {
+    if (ahead > kMarksAt) gm.ForConnEnds(dit, at(kMarksAt), [&](const ZELT_Grid_EntityIter& end) {
       marks.Prefetch(end);
     });
   };
@@ -66,7 +58,7 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
     head = (head + 1) % kAhead;
     --ahead;
     if (marks.Visited(i0)) continue;  // a source listed twice
-    ZELT_Grid_ForConnEnds(gm, dit, i0, [&](const ZELT_Grid_EntityIter& i) {
+    gm.ForConnEnds(dit, i0, [&](const ZELT_Grid_EntityIter& i) {
       if (marks.Visited(i) || controller.BreakOn(i)) return;
       // A touched entity already waits in the queue ahead of any copy pushed
       // now, so a second copy could never be the one that expands it.

@@ -149,7 +149,7 @@ class NodeScout {
   }
   void Step() {
     if (_gm.IsEnd(_at)) return;
-    if (_gm.IsConnNode(_def, _at)) ZELT_Grid_ForConnEnds(_gm, _def, _at, _fetch);
+    if (_gm.IsConnNode(_def, _at)) _gm.ForConnEnds(_def, _at, _fetch);
     _gm.NextEntity(_def, _at);
   }
 
