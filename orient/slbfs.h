@@ -34,14 +34,13 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
   ZELT_Grid_EntityIter window[kAhead];
   int head = 0;
   int ahead = 0;
+  auto at = [&](int offset) -> ZELT_Grid_EntityIter& { return window[(head + offset) % kAhead]; };
   auto fill_window = [&] {
     for (; ahead < kAhead && !queue.Empty(); ++ahead) {
-      ZELT_Grid_EntityIter next = queue.Get();
-      tolk_Prefetch(next.position);
-      window[(head + ahead) % kAhead] = next;
+      at(ahead) = queue.Get();
+      tolk_Prefetch(at(ahead).position);
     }
   };
-  auto at = [&](int offset) { return window[(head + offset) % kAhead]; };
   auto fetch_stages = [&] {
     if (ahead > kConnsAt) tolk_Prefetch(gm.GetFirstConnection(dit, at(kConnsAt)).position);
     if (ahead > kEndsAt) gm.ForConnEnds(dit, at(kEndsAt), [](const ZELT_Grid_EntityIter& end) {
@@ -54,7 +53,7 @@ void ZELT_Grid_SLBFS_Search(ZELT_Grid& gm, std::vector<ZELT_Grid_HEntity>& sourc
   const bool fetch_ahead = gm.WorthFetchingAhead();
   for (fill_window(); ahead > 0; fill_window()) {
     if (fetch_ahead) fetch_stages();
-    ZELT_Grid_EntityIter i0 = window[head];
+    const ZELT_Grid_EntityIter i0 = at(0);
     head = (head + 1) % kAhead;
     --ahead;
     if (marks.Visited(i0)) continue;  // a source listed twice
