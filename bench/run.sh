@@ -54,7 +54,13 @@ is_stale() {
   return 1
 }
 
+# add_case <name> <gdf> <edges>: adds a case to the benchmark and records its size.
 cases=()
+add_case() {
+  cases+=("$1|$2|$3")
+  python3 bench/measure.py case --results "$RESULTS" --case "$1" --gdf "$2" --edges "$3"
+}
+
 for n in $SIZES; do
   k=$(breakers_for "$n")
   name="synth_${n}_k${k}_s${SEED}"
@@ -63,7 +69,7 @@ for n in $SIZES; do
     python3 bench/gen_feeder.py --devices "$n" --breakers "$k" --seed "$SEED" \
       --out "$OUT/$name.gdf" --edges "$OUT/$name.edges"
   fi
-  cases+=("$name|$OUT/$name.gdf|$OUT/$name.edges")
+  add_case "$name" "$OUT/$name.gdf" "$OUT/$name.edges"
 done
 
 largest=$(ls -S "$SAMPLES"/*.gdf 2>/dev/null | head -n 1 || true)
@@ -73,13 +79,8 @@ if [ -n "$largest" ]; then
     echo "run.sh: converting $largest"
     python3 bench/gdf_to_edges.py "$largest" "$OUT/$name.edges"
   fi
-  cases+=("$name|$largest|$OUT/$name.edges")
+  add_case "$name" "$largest" "$OUT/$name.edges"
 fi
-
-for c in "${cases[@]}"; do
-  IFS='|' read -r name gdf edges <<<"$c"
-  python3 bench/measure.py case --results "$RESULTS" --case "$name" --gdf "$gdf" --edges "$edges"
-done
 
 failed=0
 # Rounds, each running both programs once on every case: a slow or a fast phase of the

@@ -89,29 +89,30 @@ namespace {
 // Pairs go out in chunks of this many: a chunk's text is a few hundred kilobytes.
 constexpr size_t kChunkPairs = 4096;
 
-// Fetches ahead what naming the steps of a pair's paths will read: with names false the
-// steps' records, with names true (once those are near) the names themselves.
-void FetchPair(const ZELT_Grid_HEntityPair& pair, const ZELT_Grid& gm, bool names) {
-  for (const ZELT_Grid_HEntity* path : {&pair.first, &pair.second}) {
-    for (int i = 0; i < path->GetLength(); ++i) {
-      const ZELT_Grid_HEntityStep step = (*path)[i];
-      if (names)
-        tolk_Prefetch(gm.GetEntityName(gm.GetDefIt(step), gm.GetEntIt(step)));
-      else
-        tolk_Prefetch(gm.GetEntIt(step).position);
-    }
-  }
+// Calls f with each step of both paths of a pair.
+template <class F>
+void ForPairSteps(const ZELT_Grid_HEntityPair& pair, F f) {
+  for (const ZELT_Grid_HEntity* path : {&pair.first, &pair.second})
+    for (int i = 0; i < path->GetLength(); ++i) f((*path)[i]);
 }
 
 void FormatChunk(std::string& out, const std::vector<ZELT_Grid_HEntityPair>& pairs, size_t chunk, const ZELT_Grid& gm) {
   out.clear();
-  // Records are fetched kRecordsAhead pairs before their line, names kNamesAhead.
+  // Naming a pair's steps reads their records and then their names: the records are
+  // fetched kRecordsAhead pairs before their line, the names (once the records are near)
+  // kNamesAhead.
   constexpr size_t kRecordsAhead = 16;
   constexpr size_t kNamesAhead = 8;
   const size_t end = std::min(pairs.size(), (chunk + 1) * kChunkPairs);
   for (size_t i = chunk * kChunkPairs; i < end; ++i) {
-    if (i + kRecordsAhead < end) FetchPair(pairs[i + kRecordsAhead], gm, false);
-    if (i + kNamesAhead < end) FetchPair(pairs[i + kNamesAhead], gm, true);
+    if (i + kRecordsAhead < end)
+      ForPairSteps(pairs[i + kRecordsAhead], [&](const ZELT_Grid_HEntityStep& step) {
+        tolk_Prefetch(gm.GetEntIt(step).position);
+      });
+    if (i + kNamesAhead < end)
+      ForPairSteps(pairs[i + kNamesAhead], [&](const ZELT_Grid_HEntityStep& step) {
+        tolk_Prefetch(gm.GetEntityName(gm.GetDefIt(step), gm.GetEntIt(step)));
+      });
     ZELT_Grid_Util::AppendHEnt(out, pairs[i].first, gm);
     out += ' ';
     ZELT_Grid_Util::AppendHEnt(out, pairs[i].second, gm);
