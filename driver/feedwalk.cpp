@@ -1,4 +1,5 @@
 // feedwalk: reads a GDF grid model, orients it away from its breakers and writes the directed edges.
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <cstdio>
@@ -72,6 +73,14 @@ class PhaseProfile {
   int _nphases = 0;
 };
 
+// True when path names the regular file that `in` reads, under this name or
+// another (a link): opening it for writing would empty the model before it is read.
+bool IsTheInputFile(FILE* in, const char* path) {
+  struct stat input, output;
+  if (fstat(fileno(in), &input) != 0 || !S_ISREG(input.st_mode)) return false;
+  return stat(path, &output) == 0 && output.st_dev == input.st_dev && output.st_ino == input.st_ino;
+}
+
 // Flushes and closes the output; false when either fails (a full disk).
 bool CloseEdgeFile(FILE* edgefile) {
   bool flushed = fflush(edgefile) == 0 && !ferror(edgefile);
@@ -131,6 +140,13 @@ int main(int argc, char** argv) {
   FILE* in = fopen(gdffilename, "r");
   if (in == nullptr) {
     fprintf(stderr, "ERROR %s: Could not open input GDF file %s.\n", kProgram, gdffilename);
+    return kFileOrUsageError;
+  }
+  if (IsTheInputFile(in, edgefilename)) {
+    fprintf(stderr, "ERROR %s:  Could not open output edge file \"%s\" (it is the input GDF file).\n", kProgram,
+            edgefilename);
+    fflush(stderr);
+    fclose(in);
     return kFileOrUsageError;
   }
   // Opened before the model is read, so that a run that ends early leaves an

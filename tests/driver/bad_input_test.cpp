@@ -154,6 +154,27 @@ TEST_F(FeedwalkBadInputTest, OutputsThatCannotBeOpenedEndWithStatus8) {
   EXPECT_EQ(run.err, "ERROR feedwalk:  Could not open output edge file \"locked/out.edges\".\n");
 }
 
+// Writing the result over the model would empty it before it is read.
+TEST_F(FeedwalkBadInputTest, OutputThatIsTheInputIsRefusedAndTheModelKept) {
+  Write("model.gdf", SmallFeeder());
+  fs::create_hard_link(dir / "model.gdf", dir / "hard.gdf");
+  fs::create_symlink("model.gdf", dir / "soft.gdf");
+  for (const char* output : {"model.gdf", "./model.gdf", "hard.gdf", "soft.gdf"}) {
+    RunResult run = Run("model.gdf", output);
+    EXPECT_EQ(run.status, 8) << output;
+    EXPECT_EQ(run.err, std::string("ERROR feedwalk:  Could not open output edge file \"") + output +
+                           "\" (it is the input GDF file).\n");
+  }
+  EXPECT_EQ(ReadFile(dir / "model.gdf"), SmallFeeder());
+
+  // Devices are no stored model: the same one on both sides still runs.
+  RunResult run = Run("/dev/null", "/dev/null");
+  EXPECT_EQ(run.status, 4);
+  EXPECT_EQ(run.err,
+            "INFO(feedwalk):  Finished reading grid model from GDF file /dev/null.\n"
+            "ERROR feedwalk:  Could not find property SUBTYPECD in grid model.\n");
+}
+
 // ---- Texts the reader must survive ----
 
 // A comment runs up to a line feed, so in a file without any, the first
