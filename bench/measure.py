@@ -3,11 +3,11 @@
 
   measure.py case --results R --case C --gdf G --edges E
       Records case C's size: its devices (counted in the edge list) and GDF bytes.
-  measure.py run --results R --case C --program P --runs N -- <command ...>
-      Runs the command N times (default 1) with FEEDWALK_PROFILE=1 and appends one row per
-      run to the results file: wall time, each "PROFILE <phase> <seconds>" line on stderr
-      (summed per phase), peak resident set size (of that child alone, from wait4), exit
-      status.
+  measure.py run --results R --case C --program P -- <command ...>
+      Runs the command once with FEEDWALK_PROFILE=1 and appends a row to the results file:
+      wall time, each "PROFILE <phase> <seconds>" line on stderr (summed per phase), peak
+      resident set size (of that child alone, from wait4), exit status. run.sh repeats it
+      in rounds.
   measure.py agree --results R --case C --verdict TEXT
       Records whether the two programs' outputs agree on case C.
   measure.py table --results R
@@ -72,12 +72,10 @@ def cmd_case(args):
 
 
 def cmd_run(args):
-    for _ in range(args.runs):
-        wall, rss, status, phases = run_once(args.command)
-        append_row(args.results, ["run", args.case, args.program, f"{wall:.6f}",
-                                  *(f"{phases[p]:.6f}" if p in phases else "" for p in PHASES), str(rss),
-                                  str(status)])
-        print(f"{args.case} {args.program}: {wall:.3f} s, peak RSS {rss / 1024:.1f} MiB, exit {status}")
+    wall, rss, status, phases = run_once(args.command)
+    append_row(args.results, ["run", args.case, args.program, f"{wall:.6f}",
+                              *(f"{phases[p]:.6f}" if p in phases else "" for p in PHASES), str(rss), str(status)])
+    print(f"{args.case} {args.program}: {wall:.3f} s, peak RSS {rss / 1024:.1f} MiB, exit {status}")
     return 0
 
 
@@ -169,7 +167,6 @@ def parse_args(argv):
     run = sub.add_parser("run")
     for opt in ("--results", "--case", "--program"):
         run.add_argument(opt, required=True)
-    run.add_argument("--runs", type=int, default=1)
     run.add_argument("command", nargs=argparse.REMAINDER)
     agree = sub.add_parser("agree")
     for opt in ("--results", "--case", "--verdict"):

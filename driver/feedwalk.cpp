@@ -142,18 +142,13 @@ int main(int argc, char** argv) {
     fprintf(stderr, "ERROR %s: Could not open input GDF file %s.\n", kProgram, gdffilename);
     return kFileOrUsageError;
   }
-  if (IsTheInputFile(in, edgefilename)) {
-    fprintf(stderr, "ERROR %s:  Could not open output edge file \"%s\" (it is the input GDF file).\n", kProgram,
-            edgefilename);
-    fflush(stderr);
-    fclose(in);
-    return kFileOrUsageError;
-  }
   // Opened before the model is read, so that a run that ends early leaves an
-  // empty file rather than an old result.
-  FILE* edgefile = fopen(edgefilename, "w");
+  // empty file rather than an old result; never over the model itself.
+  const bool over_input = IsTheInputFile(in, edgefilename);
+  FILE* edgefile = over_input ? nullptr : fopen(edgefilename, "w");
   if (edgefile == nullptr) {
-    fprintf(stderr, "ERROR %s:  Could not open output edge file \"%s\".\n", kProgram, edgefilename);
+    fprintf(stderr, "ERROR %s:  Could not open output edge file \"%s\"%s.\n", kProgram, edgefilename,
+            over_input ? " (it is the input GDF file)" : "");
     fflush(stderr);
     fclose(in);
     return kFileOrUsageError;
