@@ -14,9 +14,9 @@ inline void tolk_Prefetch(const void* p) {
 
 // A tolk_RecordPool (tolk/pool.h) carves its records one after another, so a walk over
 // records made in order meets them at rising addresses a few hundred bytes apart: a stride
-// too uneven for the processor's own prefetcher. Called with the record a walk leaves and the one it
-// reaches, this fetches the lines a fixed distance beyond that step. A step backwards or
-// a long jump fetches nothing.
+// too uneven for the processor's own prefetcher. Called with the record a walk leaves and
+// the one it reaches, this fetches the lines a fixed distance beyond that step. A step
+// backwards or a long jump fetches nothing.
 inline void tolk_PrefetchStep(const void* left, const void* reached) {
   constexpr uintptr_t kDistance = 1024;
   constexpr uintptr_t kMaxStep = 2048;
